@@ -1,0 +1,84 @@
+// The host application: the services an embedding mail client installs for the library.
+//
+// The library logs, looks up localized texts and finds its attachment directory through the shared
+// Application object. Every service has a working default (log to stderr, English texts, a directory
+// under the system's temporary directory), so nothing needs to be installed to use the library. Tests
+// install fakes that record what they are given.
+//
+//     postwright::Application::shared().setLogger(std::make_shared<MyLogger>());
+//     postwright::logForCategory("4904-trimming", u"Trimming node at start");
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "postwright/Base/Text.hpp"
+
+namespace postwright {
+
+class Logger {
+public:
+    virtual ~Logger() = default;
+    // One line of the log. category is empty for general lines (the system log).
+    virtual void logForCategory(std::string_view category, std::u16string_view message) = 0;
+};
+
+// Writes "postwright[category]: message" lines to stderr.
+class StandardErrorLogger : public Logger {
+public:
+    void logForCategory(std::string_view category, std::u16string_view message) override;
+};
+
+// Localized texts by key. Return nullopt for a key the table does not translate.
+class StringTable {
+public:
+    virtual ~StringTable() = default;
+    virtual OptString localizedString(std::u16string_view key, std::u16string_view table) = 0;
+};
+
+// Where attachments of a message are written: a folder per root part identifier.
+class AttachmentDirectoryDelegate {
+public:
+    virtual ~AttachmentDirectoryDelegate() = default;
+    virtual std::string pathToAttachmentDirectoryForIdentifier(std::u16string_view identifier) = 0;
+};
+
+class Application {
+public:
+    static Application& shared();
+
+    std::shared_ptr<Logger> logger() const;
+    void setLogger(std::shared_ptr<Logger> logger);  // nullptr restores the default
+
+    std::shared_ptr<StringTable> strings() const;    // nullptr: the host translates nothing
+    void setStrings(std::shared_ptr<StringTable> strings);
+
+    std::shared_ptr<AttachmentDirectoryDelegate> attachmentDirectoryDelegate() const;
+    void setAttachmentDirectoryDelegate(std::shared_ptr<AttachmentDirectoryDelegate> delegate);
+
+private:
+    Application();
+    mutable std::mutex mutex_;
+    std::shared_ptr<Logger> logger_;
+    std::shared_ptr<StringTable> strings_;
+    std::shared_ptr<AttachmentDirectoryDelegate> attachmentDirectoryDelegate_;
+};
+
+// Logs through the host's logger.
+void logForCategory(std::string_view category, std::u16string_view message);
+// A general log line (the system log of the text).
+inline void logMessage(std::u16string_view message) { logForCategory({}, message); }
+
+// Where a localized text is looked up.
+enum class StringSource {
+    Host,     // the host application's tables
+    Library,  // the library's own table: the host may still override its keys
+};
+
+// The localized text for key: the host's translation when it has one, else the fallback text.
+std::u16string localizedString(std::u16string_view key, std::u16string_view fallback,
+                               StringSource source = StringSource::Host, std::u16string_view table = u"");
+
+}  // namespace postwright
