@@ -62,7 +62,6 @@ const EncodingEntry kEncodings[] = {
     {kOwnTable + 0x020D, "iso-8859-13", "ISO-8859-13"},
     {kOwnTable + 0x020E, "iso-8859-14", "ISO-8859-14"},
     {kOwnTable + 0x020F, "iso-8859-15", "ISO-8859-15"},
-    {kOwnTable + 0x0210, "iso-8859-16", "iso-8859_16-2001"},
     {kOwnTable + 0x0505, "windows-1255", "windows-1255"},
     {kOwnTable + 0x0506, "windows-1256", "windows-1256"},
     {kOwnTable + 0x0507, "windows-1257", "windows-1257"},

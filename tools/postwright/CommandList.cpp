@@ -2,13 +2,10 @@
 
 namespace postwright::tool {
 
-extern const char* kSplitHelp;
-extern const char* kParseHelp;
-
 const std::vector<Command>& commands() {
     static const std::vector<Command> list = {
-        {"split", "show where a message's header block ends and its body begins", kSplitHelp, runSplit},
-        {"parse", "run one structured-field scanner operation over a text", kParseHelp, runParse},
+        {"split", "show where a message's header block ends and its body begins", splitHelp, runSplit},
+        {"parse", "run one structured-field scanner operation over a text", parseHelp, runParse},
     };
     return list;
 }

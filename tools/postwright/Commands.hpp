@@ -1,4 +1,4 @@
-// The tool's commands: each is one function over its own arguments.
+// The tool's commands: each is one function over its own arguments, with a help text that teaches it.
 #pragma once
 
 #include <string>
@@ -8,15 +8,17 @@ namespace postwright::tool {
 
 struct Command {
     const char* name;
-    const char* synopsis;  // one line for the command list
-    const char* help;      // the full help text of the command
+    const char* synopsis;        // one line for the command list
+    std::string (*help)();       // the full help text of the command
     int (*run)(const std::vector<std::string>& arguments);
 };
 
 const std::vector<Command>& commands();
 int runTool(int argc, char** argv);
 
+std::string splitHelp();
 int runSplit(const std::vector<std::string>& arguments);
+std::string parseHelp();
 int runParse(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

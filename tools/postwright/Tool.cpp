@@ -46,7 +46,7 @@ int runTool(int argc, char** argv) {
         }
         for (const Command& command : commands()) {
             if (arguments[1] == command.name) {
-                std::fputs(command.help, stdout);
+                std::fputs(command.help().c_str(), stdout);
                 return 0;
             }
         }
@@ -58,7 +58,7 @@ int runTool(int argc, char** argv) {
         std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
         for (const std::string& argument : rest) {
             if (argument == "--help" || argument == "-h") {
-                std::fputs(command.help, stdout);
+                std::fputs(command.help().c_str(), stdout);
                 return 0;
             }
         }

@@ -1,0 +1,157 @@
+// Scanner: the structured-field scanner, a cursor over immutable header text.
+//
+// The cursor counts UTF-16 code units, matches literals case-insensitively unless told otherwise, and
+// skips nothing on its own. Every grammar operation returns a success flag and fills optional result and
+// error slots (nullptr: not asked). A failed operation restores the scan location, except where its
+// comment says otherwise. Errors go only into a supplied slot and carry the domain
+// "com.fennelgate.postwright.emailparser" (EmailParserError.hpp).
+//
+//     Scanner scanner = Scanner::emailAddressScannerWithString(u"(note) <id@host>");
+//     OptString id;
+//     if (scanner.scanMessageIdIntoString(&id)) ...   // id == u"<id@host>"
+//
+// The grammar operations are grouped by the standard they implement: RFC 2822 tokens here; addresses,
+// MIME parameters, encoded words and dates further down, each implemented in its own source file.
+// A scanner is used by one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "postwright/Base/CharacterSet.hpp"
+#include "postwright/Base/Error.hpp"
+#include "postwright/Base/Text.hpp"
+
+namespace postwright {
+
+// Deepest comment nesting the scanner follows; a deeper comment ends the scan as unclosed.
+inline constexpr int kMaxCommentNesting = 256;
+
+class Scanner {
+public:
+    explicit Scanner(std::u16string string) : string_(std::move(string)) {}
+
+    // A scanner over the text (an empty text for nil), case-insensitive, skipping nothing.
+    static Scanner emailAddressScannerWithString(const OptString& string);
+    static Scanner emailAddressScannerWithString(std::u16string_view string) {
+        return Scanner(std::u16string(string));
+    }
+    static Scanner emailAddressScannerWithString(const std::u16string& string) { return Scanner(string); }
+    static Scanner emailAddressScannerWithString(const char16_t* string) {
+        return Scanner(std::u16string(string));
+    }
+
+    // ---- Cursor -------------------------------------------------------------------------------------
+
+    const std::u16string& string() const noexcept { return string_; }
+    size_t scanLocation() const noexcept { return location_; }
+    void setScanLocation(size_t location) noexcept { location_ = location < string_.size() ? location : string_.size(); }
+    bool caseSensitive() const noexcept { return caseSensitive_; }
+    void setCaseSensitive(bool caseSensitive) noexcept { caseSensitive_ = caseSensitive; }
+    bool isAtEnd() const noexcept { return location_ >= string_.size(); }
+    // The code unit at the location, or 0 at the end.
+    char16_t currentCharacter() const noexcept { return characterAtOffset(0); }
+    // The code unit k places after the location, or 0 beyond the end.
+    char16_t characterAtOffset(size_t k) const noexcept {
+        return location_ + k < string_.size() ? string_[location_ + k] : char16_t(0);
+    }
+    // Moves forward by n; fails (without moving) only when that would pass the end.
+    bool advance(size_t n) noexcept;
+    std::u16string_view remainder() const noexcept { return std::u16string_view(string_).substr(location_); }
+
+    // ---- Platform scanning primitives (these write their slot only on success) ------------------------
+
+    // The literal at the location (case-insensitive unless caseSensitive()).
+    bool scanString(std::u16string_view literal, std::u16string* into = nullptr);
+    // The longest non-empty run of members of the set.
+    bool scanCharactersFromSet(const CharacterSet& set, std::u16string* into = nullptr);
+    // Everything up to the first member of the set (or the end); false when nothing was passed over.
+    bool scanUpToCharactersFromSet(const CharacterSet& set, std::u16string* into = nullptr);
+    // Everything up to the next occurrence of the text (or the end); false when nothing was passed over.
+    bool scanUpToString(std::u16string_view text, std::u16string* into = nullptr);
+    // An optionally signed decimal integer (ASCII digits); overflow clamps and consumes every digit.
+    bool scanInteger(long* value);
+    bool scanLongLong(long long* value);
+    bool scanUnsignedLongLong(unsigned long long* value);
+
+    // ---- RFC 2822 lexical tokens ----------------------------------------------------------------------
+
+    // CR LF or a bare LF (never a bare CR). A line break that is the last code unit is not consumed.
+    bool scanCRLF();
+    // FWS: white space, one line break, white space, each optional; the consumed text verbatim.
+    bool scanRFC2822FoldingWhiteSpaceIntoString(OptString* result);
+    bool scanRFC2822FoldingWhiteSpace() { return scanRFC2822FoldingWhiteSpaceIntoString(nullptr); }
+    bool scanFoldingWhiteSpace() { return scanRFC2822FoldingWhiteSpaceIntoString(nullptr); }
+    // CFWS: folding white space and comments, comments discarded. White space stays consumed even when a
+    // comment after it fails.
+    bool scanRFC2822CommentFoldingWhiteSpace();
+    // A comment; the result is its content without the outer parentheses, nested comments kept with
+    // theirs and folds reduced to one SPACE. Unclosed: code 1, location back at the "(".
+    bool scanRFC2822CommentIntoString(OptString* result, ErrorRef* error);
+    // "\" and one character of rfc2822TextSet; the result is that character. Never raises.
+    bool scanQuotedPairIntoString(OptString* result, ErrorRef* error);
+    // A run of atom characters (no surrounding CFWS).
+    bool scanRFC2822AtomIntoString(OptString* result, ErrorRef* error);
+    // A dot-atom with CFWS around it. A trailing dot when refused raises code 10 and leaves the location
+    // just after the dot (not restored); when allowed it is kept in the text.
+    bool scanRFC2822DotAtomIntoString(OptString* result, ErrorRef* error) {
+        return scanRFC2822DotAtomIntoString(result, false, error);
+    }
+    bool scanRFC2822DotAtomIntoString(OptString* result, bool allowTrailingDot, ErrorRef* error);
+    // A run of the extended quoted-text class, or a quoted pair.
+    bool scanRFC2822QContentIntoString(OptString* result, ErrorRef* error);
+    // The strict quoted string, CFWS around it; the result is the content without the quotes, with
+    // SPACE turned into "_" when the content is a whole encoded word. Unclosed: code 3, location restored
+    // to before the leading CFWS.
+    bool scanRFC2822QuotedStringIntoString(OptString* result, ErrorRef* error);
+    // The lenient quoted string of MIME parameter values (no CFWS). Unclosed: code 3 with an error slot;
+    // without one the text up to the end is accepted. A character it cannot consume (above 0xFE): code 11
+    // and restore with an error slot; without one it fails where it stands.
+    bool scanQuotedStringIntoString(OptString* result, ErrorRef* error);
+    // An atom, else a strict quoted string.
+    bool scanRFC2822WordIntoString(OptString* result, ErrorRef* error);
+    // A phrase. Options bit 1 asks for the built-up text (words unquoted, "." kept, CFWS as one SPACE);
+    // otherwise a phrase of more than one word is handed back as its raw source text, trimmed. Errors of
+    // inner words stay in the slot even when the phrase succeeds.
+    bool scanRFC2822PhraseIntoString(OptString* result, unsigned options, ErrorRef* error);
+    // Reserved: always fails and consumes nothing.
+    bool scanRFC2822DisplayNamePhraseIntoString(OptString* result, ErrorRef* error);
+    // A dot-atom (trailing dot allowed), else a strict quoted string re-wrapped in double quotes.
+    bool scanLocalPartIntoString(OptString* result, ErrorRef* error);
+    // A run of dtext, else a quoted pair; on failure the result slot is cleared.
+    bool scanDomainContentIntoString(OptString* result, ErrorRef* error);
+    // "[" ... "]" with CFWS around; the contents joined by single SPACEs. Unclosed: code 4.
+    bool scanDomainLiteralIntoString(OptString* result, ErrorRef* error);
+    // A dot-atom (trailing dot refused), else a domain literal.
+    bool scanDomainIntoString(OptString* result, ErrorRef* error);
+    // The obsolete domain: always fails and consumes nothing.
+    bool scanObsDomainIntoString(OptString* result);
+    // The obsolete route: consumes CFWS and always fails.
+    bool scanObsRoute();
+    // A lenient domain: an atom run followed by atom characters, "." and "@".
+    bool scanDomainDotAtomIntoString(OptString* result);
+    // A message id, skipping any text before its "<"; the result keeps both angle brackets.
+    bool scanMessageIdIntoString(OptString* result);
+    // RFC 2045 token: 0x21-0x7E without ()<>@,;"/[]?= (colon and backslash are token characters).
+    bool scanRFC2045TokenIntoString(OptString* result);
+    // RFC 2047 token: the RFC 2045 token without "." either.
+    bool scanRFC2047TokenIntoString(OptString* result);
+
+    // ---- Encoded words (RFC 2047; MimeEncoding.cpp) ---------------------------------------------------
+
+    // ---- Addresses (RFC 2822 section 3.4; AddressGrammar.cpp) -------------------------------------------
+
+    // ---- Content-Type and Content-Disposition parameters (RFC 2045, 2183, 2231; ContentParameters.cpp) -
+
+    // ---- Dates (RFC 2822 section 3.3; DateFormat.cpp) ----------------------------------------------------
+
+private:
+    bool scanComment(OptString* result, ErrorRef* error, int depth, bool* tooDeep);
+
+    std::u16string string_;
+    size_t location_ = 0;
+    bool caseSensitive_ = false;
+};
+
+}  // namespace postwright

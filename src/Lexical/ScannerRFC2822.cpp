@@ -1,0 +1,402 @@
+// RFC 2822 lexical tokens (section 3.2): line breaks, folding white space, comments, quoted pairs, atoms,
+// dot-atoms, quoted strings, words, phrases, local parts, domains and message ids, plus the RFC 2045 and
+// RFC 2047 tokens.
+#include "postwright/Lexical/CharacterSetRFC2822.hpp"
+#include "postwright/Lexical/EmailParserError.hpp"
+#include "postwright/Lexical/Scanner.hpp"
+
+namespace postwright {
+
+namespace {
+bool isPhraseTrimmed(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
+
+CharacterSet tokenSet(std::u16string_view specials) {
+    CharacterSet set = CharacterSet::withRanges({{0x21, 0x7E - 0x21 + 1}});
+    set.removeCharacters(specials);
+    return set;
+}
+}  // namespace
+
+bool Scanner::scanCRLF() {
+    if (string_.size() < 2 || location_ + 1 >= string_.size()) return false;
+    if (string_[location_] == u'\r' && string_[location_ + 1] == u'\n') {
+        location_ += 2;
+        return true;
+    }
+    if (string_[location_] == u'\n') {
+        location_ += 1;
+        return true;
+    }
+    return false;
+}
+
+bool Scanner::scanRFC2822FoldingWhiteSpaceIntoString(OptString* result) {
+    size_t start = location_;
+    scanCharactersFromSet(rfc2822WSPcharacterSet());
+    scanCRLF();
+    scanCharactersFromSet(rfc2822WSPcharacterSet());
+    if (location_ == start) return false;
+    setSlot(result, string_.substr(start, location_ - start));
+    return true;
+}
+
+bool Scanner::scanRFC2822CommentFoldingWhiteSpace() {
+    size_t start = location_;
+    while (!isAtEnd()) {
+        size_t iterationStart = location_;
+        scanFoldingWhiteSpace();
+        if (!scanRFC2822CommentIntoString(nullptr, nullptr)) break;
+        if (location_ == iterationStart) break;
+    }
+    return location_ != start;
+}
+
+bool Scanner::scanRFC2822CommentIntoString(OptString* result, ErrorRef* error) {
+    bool tooDeep = false;
+    return scanComment(result, error, 0, &tooDeep);
+}
+
+// RFC 2822 section 3.2.3: comments nest. Nesting is followed only to kMaxCommentNesting levels so that
+// hostile input cannot exhaust the stack; a deeper comment ends the whole scan as unclosed.
+bool Scanner::scanComment(OptString* result, ErrorRef* error, int depth, bool* tooDeep) {
+    size_t start = location_;
+    if (currentCharacter() != u'(') return false;
+    if (depth >= kMaxCommentNesting) {
+        *tooDeep = true;
+        return false;
+    }
+    if (!advance(1)) {
+        location_ = start;
+        return false;
+    }
+    std::u16string content;
+    bool closed = false;
+    size_t previous = std::u16string::npos;
+    while (!isAtEnd()) {
+        if (location_ == previous) {  // no progress: silent failure
+            location_ = start;
+            return false;
+        }
+        previous = location_;
+        bool endedInWhiteSpace = false;
+        while (scanFoldingWhiteSpace()) {
+            content.push_back(u' ');
+            if (isAtEnd()) {
+                endedInWhiteSpace = true;
+                break;
+            }
+        }
+        if (endedInWhiteSpace) break;
+
+        std::u16string run;
+        OptString piece;
+        if (scanCharactersFromSet(rfc2822CTextSet(), &run)) {
+            content += run;
+        } else if (scanQuotedPairIntoString(&piece, nullptr)) {
+            content += *piece;
+        } else if (currentCharacter() == u'(') {
+            if (scanComment(&piece, nullptr, depth + 1, tooDeep)) {
+                if (piece) content += u"(" + *piece + u")";
+            } else if (*tooDeep) {
+                break;
+            }
+        } else if (currentCharacter() == u')') {
+            advance(1);
+            closed = true;
+            break;
+        }
+    }
+    if (!closed) {
+        setSlot(error, emailParserError(EmailParserErrorCode::CommentNotClosed, string_));
+        location_ = start;
+        return false;
+    }
+    if (location_ != start) setSlot(result, std::move(content));
+    return true;
+}
+
+bool Scanner::scanQuotedPairIntoString(OptString* result, ErrorRef*) {
+    if (currentCharacter() != u'\\') return false;
+    char16_t escaped = characterAtOffset(1);
+    if (location_ + 1 >= string_.size() || !rfc2822TextSet().contains(escaped)) return false;
+    setSlot(result, std::u16string(1, static_cast<char16_t>(escaped & 0xFF)));
+    location_ += 2;
+    return true;
+}
+
+bool Scanner::scanRFC2822AtomIntoString(OptString* result, ErrorRef*) {
+    std::u16string atom;
+    if (!scanCharactersFromSet(rfc2822atomTextSet(), &atom)) return false;
+    setSlot(result, std::move(atom));
+    return true;
+}
+
+bool Scanner::scanRFC2822DotAtomIntoString(OptString* result, bool allowTrailingDot, ErrorRef* error) {
+    setSlot(error, nullptr);
+    size_t start = location_;
+    scanRFC2822CommentFoldingWhiteSpace();
+    std::u16string text;
+    if (!scanCharactersFromSet(rfc2822atomTextSet(), &text)) {
+        location_ = start;
+        return false;
+    }
+    bool trailingDot = false;
+    while (scanString(u".")) {
+        text.push_back(u'.');
+        std::u16string atom;
+        if (!scanCharactersFromSet(rfc2822atomTextSet(), &atom)) {
+            trailingDot = true;
+            break;
+        }
+        text += atom;
+    }
+    if (trailingDot && !allowTrailingDot) {
+        setSlot(error, emailParserError(EmailParserErrorCode::DotAtomNotParsed, string_));
+        return false;
+    }
+    scanRFC2822CommentFoldingWhiteSpace();
+    setSlot(result, std::move(text));
+    return true;
+}
+
+bool Scanner::scanRFC2822QContentIntoString(OptString* result, ErrorRef* error) {
+    std::u16string run;
+    if (scanCharactersFromSet(rfc2822ExtendedQTextSet(), &run)) {
+        setSlot(result, std::move(run));
+        return true;
+    }
+    return scanQuotedPairIntoString(result, error);
+}
+
+bool Scanner::scanRFC2822QuotedStringIntoString(OptString* result, ErrorRef* error) {
+    size_t start = location_;
+    scanRFC2822CommentFoldingWhiteSpace();
+    if (currentCharacter() != u'"') {
+        location_ = start;
+        return false;
+    }
+    advance(1);
+    std::u16string text;
+    OptString piece;
+    while (!isAtEnd()) {
+        size_t iterationStart = location_;
+        if (scanRFC2822FoldingWhiteSpaceIntoString(&piece)) text += *piece;
+        if (!scanRFC2822QContentIntoString(&piece, nullptr)) break;
+        text += *piece;
+        if (location_ == iterationStart) break;
+    }
+    if (scanRFC2822FoldingWhiteSpaceIntoString(&piece)) text += *piece;
+    if (currentCharacter() != u'"') {
+        setSlot(error, emailParserError(EmailParserErrorCode::QuotedStringNotClosed, string_));
+        location_ = start;
+        return false;
+    }
+    advance(1);
+    scanRFC2822CommentFoldingWhiteSpace();
+    // An encoded word that was quoted, and whose underscores a sender turned into spaces, is repaired.
+    if (hasPrefix(text, u"=?") && hasSuffix(text, u"?=")) {
+        for (char16_t& c : text) {
+            if (c == u' ') c = u'_';
+        }
+    }
+    setSlot(result, std::move(text));
+    return true;
+}
+
+bool Scanner::scanQuotedStringIntoString(OptString* result, ErrorRef* error) {
+    if (currentCharacter() != u'"') return false;
+    size_t start = location_;
+    if (!advance(1)) {
+        if (error) {
+            *error = emailParserError(EmailParserErrorCode::QuotedStringNotClosed, string_);
+            location_ = start;
+        }
+        return false;
+    }
+    std::u16string text;
+    size_t previous = std::u16string::npos;
+    while (!isAtEnd()) {
+        if (location_ == previous) {
+            if (error) {
+                *error = emailParserError(EmailParserErrorCode::QuotedStringNonASCII, string_);
+                location_ = start;
+            }
+            return false;
+        }
+        previous = location_;
+        // The extended class holds nothing above 0xFE, so every run converts to ISO 8859-1 unchanged.
+        std::u16string run;
+        if (scanCharactersFromSet(rfc2822ExtendedQTextSet(), &run)) text += run;
+        if (currentCharacter() == u'"') {
+            advance(1);
+            setSlot(result, std::move(text));
+            return true;
+        }
+        OptString pair;
+        if (scanQuotedPairIntoString(&pair, nullptr)) text += *pair;
+    }
+    if (error) {
+        *error = emailParserError(EmailParserErrorCode::QuotedStringNotClosed, string_);
+        location_ = start;
+        return false;
+    }
+    setSlot(result, std::move(text));
+    return true;
+}
+
+bool Scanner::scanRFC2822WordIntoString(OptString* result, ErrorRef* error) {
+    size_t start = location_;
+    if (scanRFC2822AtomIntoString(result, error)) return true;
+    if (scanRFC2822QuotedStringIntoString(result, error)) return true;
+    location_ = start;
+    return false;
+}
+
+bool Scanner::scanRFC2822PhraseIntoString(OptString* result, unsigned options, ErrorRef* error) {
+    size_t start = location_;
+    OptString word;
+    if (!scanRFC2822WordIntoString(&word, error)) return false;
+    std::u16string buffer = *word;
+    bool extended = false;
+    while (!isAtEnd()) {
+        size_t iterationStart = location_;
+        if (scanRFC2822WordIntoString(&word, error)) {
+            buffer += *word;
+            extended = true;
+        }
+        if (scanString(u".")) {
+            buffer.push_back(u'.');
+            extended = true;
+        }
+        if (scanRFC2822CommentFoldingWhiteSpace()) {
+            buffer.push_back(u' ');
+            extended = true;
+        }
+        if (location_ == iterationStart) break;
+    }
+    if (location_ == start) return false;
+    if (!extended || (options & 1u)) {
+        setSlot(result, std::move(buffer));
+    } else {
+        setSlot(result, trimIf(std::u16string_view(string_).substr(start, location_ - start), isPhraseTrimmed));
+    }
+    return true;
+}
+
+bool Scanner::scanRFC2822DisplayNamePhraseIntoString(OptString*, ErrorRef*) { return false; }
+
+bool Scanner::scanLocalPartIntoString(OptString* result, ErrorRef* error) {
+    size_t start = location_;
+    OptString text;
+    if (scanRFC2822DotAtomIntoString(&text, true, error)) {
+        setSlot(result, std::move(text));
+    } else if (scanRFC2822QuotedStringIntoString(&text, error)) {
+        setSlot(result, u"\"" + *text + u"\"");
+    }
+    return location_ != start;
+}
+
+bool Scanner::scanDomainContentIntoString(OptString* result, ErrorRef* error) {
+    setSlot(error, nullptr);
+    size_t start = location_;
+    std::u16string run;
+    if (scanCharactersFromSet(rfc2822DTextSet(), &run)) {
+        setSlot(result, std::move(run));
+        return true;
+    }
+    if (scanQuotedPairIntoString(result, nullptr)) return true;
+    setSlot(result, std::nullopt);
+    location_ = start;
+    return false;
+}
+
+bool Scanner::scanDomainLiteralIntoString(OptString* result, ErrorRef* error) {
+    size_t start = location_;
+    scanRFC2822CommentFoldingWhiteSpace();
+    if (currentCharacter() != u'[') {
+        location_ = start;
+        return false;
+    }
+    advance(1);
+    scanFoldingWhiteSpace();
+    std::vector<std::u16string> pieces;
+    OptString piece;
+    while (scanDomainContentIntoString(&piece, nullptr)) {
+        pieces.push_back(*piece);
+        scanFoldingWhiteSpace();
+    }
+    scanFoldingWhiteSpace();
+    if (currentCharacter() != u']') {
+        setSlot(error, emailParserError(EmailParserErrorCode::UnclosedAngularBracket, string_));
+        location_ = start;
+        return false;
+    }
+    advance(1);
+    scanRFC2822CommentFoldingWhiteSpace();
+    setSlot(result, componentsJoinedBy(pieces, u" "));
+    return true;
+}
+
+bool Scanner::scanDomainIntoString(OptString* result, ErrorRef* error) {
+    setSlot(error, nullptr);
+    size_t start = location_;
+    if (scanRFC2822DotAtomIntoString(result, false, error)) return true;
+    if (scanDomainLiteralIntoString(result, error)) return true;
+    if (scanObsDomainIntoString(result)) return true;
+    location_ = start;
+    return false;
+}
+
+bool Scanner::scanObsDomainIntoString(OptString*) { return false; }
+
+bool Scanner::scanObsRoute() {
+    scanRFC2822CommentFoldingWhiteSpace();
+    return false;
+}
+
+bool Scanner::scanDomainDotAtomIntoString(OptString* result) {
+    size_t start = location_;
+    scanRFC2822CommentFoldingWhiteSpace();
+    std::u16string atom, rest;
+    bool atomMatched = scanCharactersFromSet(rfc2822atomTextSet(), &atom);
+    scanCharactersFromSet(rfc2822DomainDotAtomTextSet(), &rest);
+    if (atomMatched) setSlot(result, atom + rest);
+    scanRFC2822CommentFoldingWhiteSpace();
+    return location_ != start;
+}
+
+bool Scanner::scanMessageIdIntoString(OptString* result) {
+    size_t start = location_;
+    scanUpToString(u"<");
+    if (currentCharacter() != u'<') {
+        location_ = start;
+        return false;
+    }
+    std::u16string text;
+    scanUpToString(u">", &text);
+    if (currentCharacter() != u'>') {
+        location_ = start;
+        return false;
+    }
+    advance(1);
+    setSlot(result, text + u">");
+    return true;
+}
+
+bool Scanner::scanRFC2045TokenIntoString(OptString* result) {
+    static const CharacterSet token = tokenSet(u"()<>@,;\"/[]?=");
+    std::u16string run;
+    if (!scanCharactersFromSet(token, &run)) return false;
+    setSlot(result, std::move(run));
+    return true;
+}
+
+bool Scanner::scanRFC2047TokenIntoString(OptString* result) {
+    static const CharacterSet token = tokenSet(u"()<>@,;\"/[]?=.");
+    std::u16string run;
+    if (!scanCharactersFromSet(token, &run)) return false;
+    setSlot(result, std::move(run));
+    return true;
+}
+
+}  // namespace postwright

@@ -1,0 +1,84 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "postwright/Base/Data.hpp"
+#include "postwright/Base/Error.hpp"
+
+using namespace postwright;
+
+TEST(Data, ViewsShareStorageAndClampToTheBuffer) {
+    Data message = Data::withString("Subject: hi\r\n\r\nbody");
+    Data body = message.subdata(15, 100);
+    EXPECT_EQ(body, "body");
+    EXPECT_TRUE(body.sharesStorageWith(message));
+    EXPECT_TRUE(message.subdata(50, 3).empty());
+    EXPECT_EQ(message.subdataFromLocation(9), "hi\r\n\r\nbody");
+    EXPECT_TRUE(message.subdataFromLocation(19).empty());
+}
+
+TEST(Data, FindsBytesAndPrefixes) {
+    Data data = Data::withString("a\r\nb\r\n\r\nc");
+    EXPECT_EQ(data.find("\r\n\r\n"), 4u);
+    EXPECT_EQ(data.find("\r\n", 2), 4u);
+    EXPECT_EQ(data.find("zz"), Data::npos);
+    EXPECT_EQ(data.find(""), Data::npos);
+    EXPECT_EQ(data.findByte('c'), 8u);
+    EXPECT_EQ(data.findByte('c', 9), Data::npos);
+    EXPECT_TRUE(data.hasPrefix("a\r"));
+    EXPECT_FALSE(Data().hasPrefix("a"));
+}
+
+TEST(Data, MapsFilesAndReportsWhatFails) {
+    auto dir = std::filesystem::temp_directory_path() / "postwright-data-test";
+    std::filesystem::create_directories(dir);
+    {
+        std::ofstream(dir / "message.eml") << "From: a@b\r\n\r\nhello";
+        std::ofstream(dir / "empty.eml");
+    }
+    ErrorRef error;
+    std::optional<Data> mapped = Data::mapFile((dir / "message.eml").string(), &error);
+    ASSERT_TRUE(mapped);
+    EXPECT_EQ(*mapped, "From: a@b\r\n\r\nhello");
+    EXPECT_EQ(error, nullptr);
+    Data view = mapped->subdata(13, 5);
+    mapped.reset();
+    EXPECT_EQ(view, "hello") << "a view keeps the mapping alive";
+
+    std::optional<Data> empty = Data::mapFile((dir / "empty.eml").string(), &error);
+    ASSERT_TRUE(empty);
+    EXPECT_TRUE(empty->empty());
+
+    EXPECT_FALSE(Data::mapFile((dir / "missing.eml").string(), &error));
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->domain, kPOSIXErrorDomain);
+    EXPECT_EQ(error->code, ENOENT);
+    EXPECT_FALSE(Data::mapFile(dir.string(), &error)) << "a directory is not a message file";
+    std::filesystem::remove_all(dir);
+}
+
+TEST(ChainedData, FlattensOnceAndKeepsASingleRegionAsItIs) {
+    Data source = Data::withString("header\r\n\r\nbody");
+    ChainedData single(source.subdata(0, 6));
+    EXPECT_TRUE(single.flatten().sharesStorageWith(source));
+
+    ChainedData chain;
+    chain.append(source.subdata(0, 6));
+    chain.append(std::string_view("\r\n\r\n"));
+    chain.append(Data());
+    chain.append(source.subdataFromLocation(10));
+    EXPECT_EQ(chain.regions().size(), 3u);
+    EXPECT_EQ(chain.length(), 14u);
+    EXPECT_EQ(chain.flatten(), "header\r\n\r\nbody");
+}
+
+TEST(Data, WellKnownDelimitersAreSharedConstants) {
+    EXPECT_EQ(CRLFData(), "\r\n");
+    EXPECT_EQ(LFData(), "\n");
+    EXPECT_EQ(CRData(), "\r");
+    EXPECT_EQ(CRLFCRLFData(), "\r\n\r\n");
+    EXPECT_EQ(LFLFData(), "\n\n");
+    EXPECT_EQ(CRCRData(), "\r\r");
+    EXPECT_EQ(&CRLFData(), &CRLFData());
+}
