@@ -53,7 +53,7 @@ HTMLNodeRef HTMLDocument::cloneWithoutChildren() const {
     auto copy = std::make_shared<HTMLDocument>();
     copy->parseErrors_ = parseErrors_;
     copy->quirksMode_ = quirksMode_;
-    copy->droppedTagCount_ = droppedTagCount_;
+    copy->repairedTagCount_ = repairedTagCount_;
     return copy;
 }
 

@@ -99,6 +99,9 @@ std::vector<std::u16string> HTMLElement::classList() const {
 bool HTMLElement::hasClass(std::u16string_view name) const {
     const HTMLAttribute* found = findAttribute(u"class");
     if (!found || name.empty()) return false;
+    for (char16_t c : name) {
+        if (isASCIIWhitespace(c)) return false;  // a class name is one token
+    }
     std::u16string_view text = found->value;
     for (size_t at = text.find(name); at != std::u16string_view::npos; at = text.find(name, at + 1)) {
         bool startsToken = at == 0 || isASCIIWhitespace(text[at - 1]);

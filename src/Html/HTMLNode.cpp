@@ -133,11 +133,10 @@ bool HTMLNode::containsNode(const HTMLNode& node) const noexcept {
 void HTMLNode::checkInsertion(const HTMLNode& node, const HTMLNode* child) const {
     if (!canHaveChildren() || node.isDocument()) hierarchyRequestError();
     if (child && child->parent_.lock().get() != this) notFoundError();
-    // node must not be this node or hold it. A node without children (other than a template, which holds
-    // its contents) can only be this node itself, which keeps building deep trees one append at a time
-    // linear.
-    bool mayHoldThis = node.hasChildNodes() ||
-                       (node.isElement() && static_cast<const HTMLElement&>(node).templateContent() != nullptr);
+    // node must not be this node or hold it. A node without children (and, for a template, without
+    // contents) can only be this node itself, which keeps building deep trees one append at a time linear.
+    auto contents = node.isElement() ? static_cast<const HTMLElement&>(node).templateContent() : nullptr;
+    bool mayHoldThis = node.hasChildNodes() || (contents && contents->hasChildNodes());
     if (mayHoldThis) {
         for (const HTMLNode* current = this; current; current = hostIncludingParent(*current)) {
             if (current == &node) hierarchyRequestError();

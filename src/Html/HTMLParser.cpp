@@ -185,14 +185,15 @@ HTMLQuirksMode quirksModeOf(GumboQuirksModeEnum mode) {
 struct PreparedInput {
     std::string utf8;
     std::string limited;
-    size_t droppedTags = 0;
-    std::string_view text() const { return droppedTags ? std::string_view(limited) : std::string_view(utf8); }
+    size_t repairedTags = 0;
+    std::string_view text() const { return repairedTags ? std::string_view(limited) : std::string_view(utf8); }
 };
 
 PreparedInput prepare(std::u16string_view html, const detail::NestingContext& context) {
     PreparedInput input;
     input.utf8 = toUTF8(html);
-    input.droppedTags = detail::limitNesting(input.utf8, kHTMLMaxNestingDepth, context, input.limited);
+    detail::NestingLimits limits{kHTMLMaxNestingDepth, kHTMLMaxReopenedFormattingElements + input.utf8.size() / 16};
+    input.repairedTags = detail::limitNesting(input.utf8, limits, context, input.limited);
     return input;
 }
 
@@ -213,12 +214,12 @@ std::shared_ptr<HTMLDocument> parseHTMLDocument(std::u16string_view html) {
     }
     convertChildren(*output->document, *document);
     HTMLTreeBuilder::setParseResult(*document, detail::collectParseErrors(*output, text),
-                                    quirksModeOf(source.doc_type_quirks_mode), input.droppedTags);
+                                    quirksModeOf(source.doc_type_quirks_mode), input.repairedTags);
     return document;
 }
 
 std::shared_ptr<HTMLDocumentFragment> parseHTMLFragment(std::u16string_view html, const HTMLElement& context,
-                                                        std::vector<HTMLParseError>* errors, size_t* droppedTagCount) {
+                                                        std::vector<HTMLParseError>* errors, size_t* repairedTagCount) {
     setSlot(errors, std::vector<HTMLParseError>());
     std::string contextName = toUTF8(context.tagName());
     GumboNamespaceEnum ns = context.tagNamespace() == HTMLNamespace::SVG      ? GUMBO_NAMESPACE_SVG
@@ -244,7 +245,7 @@ std::shared_ptr<HTMLDocumentFragment> parseHTMLFragment(std::u16string_view html
     // The fragment's nodes are the children of the html element the fragment algorithm builds.
     if (output->root) convertChildren(*output->root, *fragment);
     if (errors) *errors = detail::collectParseErrors(*output, text);
-    setSlot(droppedTagCount, input.droppedTags);
+    setSlot(repairedTagCount, input.repairedTags);
     return fragment;
 }
 

@@ -46,8 +46,9 @@ public:
 
     const std::vector<HTMLParseError>& parseErrors() const noexcept { return parseErrors_; }
     HTMLQuirksMode quirksMode() const noexcept { return quirksMode_; }
-    // Tags the parser's nesting limit dropped from the text (see HTMLParser.hpp); 0 for ordinary input.
-    size_t droppedTagCount() const noexcept { return droppedTagCount_; }
+    // Tags the parser's limits cut from the text or inserted into it (see HTMLParser.hpp); 0 for ordinary
+    // input.
+    size_t repairedTagCount() const noexcept { return repairedTagCount_; }
 
     HTMLElementRef createElement(std::u16string_view tagName) const;
     std::shared_ptr<HTMLText> createTextNode(std::u16string data) const;
@@ -64,7 +65,7 @@ private:
 
     std::vector<HTMLParseError> parseErrors_;
     HTMLQuirksMode quirksMode_ = HTMLQuirksMode::NoQuirks;
-    size_t droppedTagCount_ = 0;
+    size_t repairedTagCount_ = 0;
 };
 
 }  // namespace postwright

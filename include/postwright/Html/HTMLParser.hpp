@@ -1,15 +1,22 @@
 // HTMLParser: HTML5 parsing of documents and fragments into the library's document model.
 //
 // Parsing follows the WHATWG tokenizer and tree construction (through gumbo). The text is handed over as
-// UTF-8; unpaired surrogates become U+FFFD. Two limits keep hostile input cheap:
+// UTF-8; unpaired surrogates become U+FFFD. Three limits keep hostile input cheap:
 //
 // - kHTMLMaxNestingDepth. Before the text reaches the tree builder, a scan that follows the tree
 //   builder's main rules (implied end tags, formatting elements that reopen, tables, foreign content)
 //   estimates how deep each start tag would land. A non-void start tag that would land deeper than the
-//   limit is dropped from the text together with its end tag; the text inside it stays where it was.
-//   Raw-text elements (script, style, textarea, title, ...) are never dropped. The document says how
-//   many tags were dropped (HTMLDocument::droppedTagCount). Browsers flatten at a similar depth.
+//   limit is cut from the text together with its end tag; the text inside it stays where it was.
+//   Raw-text elements (script, style, textarea, title, ...) are never cut. Browsers flatten at a
+//   similar depth.
+// - kHTMLMaxReopenedFormattingElements, plus one per 16 bytes of input. The tree builder reopens (copies)
+//   formatting elements that an enclosing element closed before each run of text, which hostile input can
+//   repeat until the tree grows with the square of the text. Past this many reopened elements in one
+//   parse, such a formatting element gets an end tag inserted where it was closed, and stays closed.
 // - kHTMLMaxParseErrors. Parse errors past this count are not recorded.
+//
+// The document counts the tags these limits cut or inserted (HTMLDocument::repairedTagCount); ordinary
+// mail gives 0. Positions of parse errors then refer to the repaired text.
 //
 // Parse errors carry their WHATWG code names ("unexpected-character-in-attribute-name",
 // "unexpected-solidus-in-tag"). Tree-construction errors, which the standard does not name, get the names
@@ -33,6 +40,7 @@ class HTMLDocumentFragment;
 class HTMLElement;
 
 inline constexpr size_t kHTMLMaxNestingDepth = 512;
+inline constexpr size_t kHTMLMaxReopenedFormattingElements = 10000;
 inline constexpr size_t kHTMLMaxParseErrors = 1000;
 
 struct HTMLParseError {
@@ -47,10 +55,10 @@ std::shared_ptr<HTMLDocument> parseHTMLDocument(std::u16string_view html);
 
 // Parses html as the contents of an element named contextTag in the given namespace (the WHATWG fragment
 // parsing algorithm) and returns the nodes in a new fragment. A context the parser does not know behaves
-// as a "div". errors, when given, receives the parse errors (cleared on entry); droppedTagCount, when
-// given, the number of tags dropped by the nesting limit.
+// as a "div". errors, when given, receives the parse errors (cleared on entry); repairedTagCount, when
+// given, the number of tags the limits cut or inserted.
 std::shared_ptr<HTMLDocumentFragment> parseHTMLFragment(std::u16string_view html, const HTMLElement& context,
                                                         std::vector<HTMLParseError>* errors = nullptr,
-                                                        size_t* droppedTagCount = nullptr);
+                                                        size_t* repairedTagCount = nullptr);
 
 }  // namespace postwright

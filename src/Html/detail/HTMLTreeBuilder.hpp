@@ -21,10 +21,10 @@ public:
     static std::vector<HTMLNodeRef>& childNodes(HTMLNode& parent) { return parent.children_; }
 
     static void setParseResult(HTMLDocument& document, std::vector<HTMLParseError> errors, HTMLQuirksMode quirksMode,
-                               size_t droppedTagCount) {
+                               size_t repairedTagCount) {
         document.parseErrors_ = std::move(errors);
         document.quirksMode_ = quirksMode;
-        document.droppedTagCount_ = droppedTagCount;
+        document.repairedTagCount_ = repairedTagCount;
     }
 };
 

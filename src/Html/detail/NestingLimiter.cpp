@@ -120,7 +120,8 @@ struct Entry {
 
 class Limiter {
 public:
-    Limiter(std::string_view html, size_t maxDepth) : in_(html), maxDepth_(maxDepth) {}
+    Limiter(std::string_view html, const NestingLimits& limits)
+        : in_(html), maxDepth_(limits.maxDepth), reopenBudget_(limits.reopenBudget) {}
 
     void setContext(const NestingContext& context) {
         if (context.tagName.empty()) return;
@@ -140,10 +141,10 @@ public:
         while (pos_ < in_.size()) {
             size_t lt = in_.find('<', pos_);
             if (lt == std::string_view::npos) {
-                onText();
+                onText(pos_);
                 break;
             }
-            if (lt > pos_) onText();
+            if (lt > pos_) onText(pos_);
             pos_ = lt;
             char next = at(lt + 1);
             if (next == '!') {
@@ -169,19 +170,21 @@ public:
                 onStartTag(tag);
             } else {
                 pos_ = lt + 1;
-                onText();
+                onText(lt);
             }
         }
-        if (cuts_.empty()) return 0;
+        if (edits_.empty()) return 0;
+        std::stable_sort(edits_.begin(), edits_.end(), [](const Edit& a, const Edit& b) { return a.start < b.start; });
         limited.clear();
-        limited.reserve(in_.size());
+        limited.reserve(in_.size() + 64);
         size_t from = 0;
-        for (const auto& [start, end] : cuts_) {
-            limited.append(in_.substr(from, start - from));
-            from = end;
+        for (const Edit& edit : edits_) {
+            limited.append(in_.substr(from, edit.start - from));
+            limited.append(edit.text);
+            from = edit.end;
         }
         limited.append(in_.substr(from));
-        return cuts_.size();
+        return edits_.size();
     }
 
 private:
@@ -303,7 +306,15 @@ private:
             prunePending();
         }
         // A formatting element closed by an enclosing end tag stays on the list: the tree builder reopens it.
-        if (!isTarget && entry.inList) pending_.push_back(std::move(entry));
+        // Once the reopening budget is spent, an end tag of its own takes it off the list instead.
+        if (isTarget || !entry.inList) return;
+        if (budgetSpent_) return closeForGood(entry.name, closePosition_);
+        pending_.push_back(std::move(entry));
+    }
+
+    // Inserts an end tag that the tree builder reads as "formatting element not open: drop it from the list".
+    void closeForGood(const std::string& name, size_t position) {
+        edits_.push_back({position, position, "</" + name + ">"});
     }
 
     // Pops the entries above index and the entry at index (never the context element).
@@ -359,15 +370,39 @@ private:
         if (p != npos) popTo(p);
     }
 
-    void reconstruct() {
-        std::vector<Entry> reopened;
-        std::erase_if(pending_, [&](Entry& entry) {
+    // Reopens the formatting elements closed since the last marker, as the tree builder does before text
+    // and most start tags; position is where that text or tag starts. Reopening copies elements, so a
+    // text can make the tree builder copy the same elements again and again: past the budget they are
+    // closed for good instead.
+    void reconstruct(size_t position) {
+        size_t count = static_cast<size_t>(std::count_if(
+            pending_.begin(), pending_.end(), [&](const Entry& entry) { return entry.markerLevel == markers_; }));
+        if (count == 0) return;
+        if (!budgetSpent_ && count <= reopenBudget_) {
+            reopenBudget_ -= count;
+            std::vector<Entry> reopened;
+            std::erase_if(pending_, [&](Entry& entry) {
+                if (entry.markerLevel != markers_) return false;
+                reopened.push_back(std::move(entry));
+                return true;
+            });
+            std::sort(reopened.begin(), reopened.end(),
+                      [](const Entry& a, const Entry& b) { return a.order < b.order; });
+            for (Entry& entry : reopened) open_.push_back(std::move(entry));
+            return;
+        }
+        budgetSpent_ = true;
+        // Latest first: each inserted end tag removes the latest list entry of its name, which must be
+        // the pending one, not an open element of the same name.
+        std::sort(pending_.begin(), pending_.end(), [](const Entry& a, const Entry& b) { return a.order > b.order; });
+        std::erase_if(pending_, [&](const Entry& entry) {
             if (entry.markerLevel != markers_) return false;
-            reopened.push_back(std::move(entry));
+            for (const Entry& open : open_) {
+                if (open.inList && open.name == entry.name && open.order > entry.order) return false;
+            }
+            closeForGood(entry.name, position);
             return true;
         });
-        std::sort(reopened.begin(), reopened.end(), [](const Entry& a, const Entry& b) { return a.order < b.order; });
-        for (Entry& entry : reopened) open_.push_back(std::move(entry));
     }
 
     // The three-of-a-kind rule: a fourth identical formatting element pushes the earliest off the list.
@@ -413,7 +448,7 @@ private:
     // Cuts the tag from the text when it would open too deep; true when it was cut.
     bool cutWhenTooDeep(const Tag& tag) {
         if (depth() < maxDepth_) return false;
-        cuts_.emplace_back(tag.start, tag.end);
+        edits_.push_back({tag.start, tag.end, {}});
         ++dropped_[tag.name];
         return true;
     }
@@ -436,11 +471,13 @@ private:
         }
     }
 
-    void onText() { reconstruct(); }
+    void onText(size_t start) { reconstruct(start); }
 
     void onStartTag(const Tag& tag) {
         const std::string& name = tag.name;
         uint32_t flags = flagsOf(name);
+        // Elements this tag closes are closed before a formatting element of the same name can open.
+        closePosition_ = (flags & kFormatting) ? tag.start : tag.end;
         if (inForeignContent(name)) {
             bool breakout = (flags & kBreakout) ||
                             (name == "font" && (tag.hasAttribute("color") || tag.hasAttribute("face") ||
@@ -452,17 +489,17 @@ private:
             }
         }
         if (name == "svg" || name == "math") {
-            reconstruct();
+            reconstruct(tag.start);
             return openForeign(tag, name == "svg" ? Namespace::SVG : Namespace::MathML);
         }
         if (flags & kIgnored) return;
         if (flags & kVoid) {
             if (flags & kClosesP) closeP();
-            if (!(flags & kNoReconstruct)) reconstruct();
+            if (!(flags & kNoReconstruct)) reconstruct(tag.start);
             return;
         }
         if (!closeImplied(tag, flags)) return;
-        if (!(flags & kNoReconstruct)) reconstruct();
+        if (!(flags & kNoReconstruct)) reconstruct(tag.start);
         Entry entry;
         entry.name = name;
         entry.flags = flags;
@@ -643,9 +680,10 @@ private:
 
     void onEndTag(const Tag& tag) {
         const std::string& name = tag.name;
+        closePosition_ = tag.end;
         if (auto dropped = dropped_.find(name); dropped != dropped_.end() && dropped->second > 0) {
             --dropped->second;
-            cuts_.emplace_back(tag.start, tag.end);
+            edits_.push_back({tag.start, tag.end, {}});
             return;
         }
         if (!open_.empty() && open_.back().ns != Namespace::HTML) {
@@ -657,7 +695,7 @@ private:
         }
         uint32_t flags = flagsOf(name);
         if (flags & kIgnored) return;
-        if (name == "br") return reconstruct();
+        if (name == "br") return reconstruct(tag.start);
         if (name == "p") return closeP();
         if (name == "form") {
             static constexpr std::string_view kForm[] = {"form"};
@@ -694,25 +732,36 @@ private:
 
     static constexpr size_t npos = static_cast<size_t>(-1);
 
+    // A change to the text: [start, end) replaced by text (a cut when text is empty, an insertion when
+    // start equals end).
+    struct Edit {
+        size_t start, end;
+        std::string text;
+    };
+
     std::string_view in_;
     size_t pos_ = 0;
     size_t maxDepth_;
+    size_t reopenBudget_;
+    bool budgetSpent_ = false;
+    size_t closePosition_ = 0;  // where end tags that close formatting elements for good are inserted
     std::vector<Entry> open_;
     std::vector<Entry> pending_;
     size_t markers_ = 0;
     uint64_t nextOrder_ = 1;
     std::unordered_map<std::string, size_t> dropped_;
-    std::vector<std::pair<size_t, size_t>> cuts_;
+    std::vector<Edit> edits_;
 };
 
 }  // namespace
 
-size_t limitNesting(std::string_view html, size_t maxDepth, const NestingContext& context, std::string& limited) {
+size_t limitNesting(std::string_view html, const NestingLimits& limits, const NestingContext& context,
+                    std::string& limited) {
     if (!context.foreign) {
         uint32_t flags = flagsOf(context.tagName);
         if (flags & (kRawText | kPlaintext)) return 0;  // the whole input is text
     }
-    Limiter limiter(html, maxDepth);
+    Limiter limiter(html, limits);
     limiter.setContext(context);
     return limiter.run(limited);
 }

@@ -10,6 +10,12 @@
 // tags. When uncertain the model keeps elements open, so its depth errs high. A non-void start tag that
 // would open deeper than the limit is cut from the text, and so is its end tag; the text between stays.
 //
+// The same model guards against the other way the tree builder multiplies input: every run of text
+// reopens (copies) the formatting elements that an enclosing end tag closed, so "<div><i id=1>x</div>"
+// repeated with ever new ids makes the tree grow with the square of the input. The model counts the
+// elements reopened; once a budget is spent, a formatting element closed by an enclosing element gets
+// an end tag of its own inserted right there, which takes it off the tree builder's list for good.
+//
 // The model is an estimate, not a second tree builder: the real tree may be deeper by the elements the
 // tree builder implies or clones (a small multiple of the limit at worst). Whatever gumbo returns, the
 // library's own traversals carry their own stacks.
@@ -21,14 +27,20 @@
 
 namespace postwright::detail {
 
+struct NestingLimits {
+    size_t maxDepth;      // deepest an element may open
+    size_t reopenBudget;  // formatting elements the tree builder may reopen in one parse
+};
+
 struct NestingContext {
     std::string tagName;  // the fragment context element, lower case; empty for a whole document
     bool foreign = false; // the context is an SVG or MathML element
     bool mathML = false;  // the context is a MathML element
 };
 
-// Returns the number of tags cut. When it is not zero, limited holds the text without them; otherwise
-// limited is left empty and the text can be parsed as it is.
-size_t limitNesting(std::string_view html, size_t maxDepth, const NestingContext& context, std::string& limited);
+// Returns the number of tags cut or inserted. When it is not zero, limited holds the changed text;
+// otherwise limited is left empty and the text can be parsed as it is.
+size_t limitNesting(std::string_view html, const NestingLimits& limits, const NestingContext& context,
+                    std::string& limited);
 
 }  // namespace postwright::detail
