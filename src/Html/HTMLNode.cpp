@@ -130,7 +130,7 @@ bool HTMLNode::containsNode(const HTMLNode& node) const noexcept {
 
 // ---- Changing the children ----
 
-void HTMLNode::checkInsertion(const HTMLNode& node, const HTMLNode* child) const {
+void HTMLNode::checkInsertion(const HTMLNode& node, const HTMLNode* child, bool replacing) const {
     if (!canHaveChildren() || node.isDocument()) hierarchyRequestError();
     if (child && child->parent_.lock().get() != this) notFoundError();
     // node must not be this node or hold it. A node without children (and, for a template, without
@@ -147,7 +147,7 @@ void HTMLNode::checkInsertion(const HTMLNode& node, const HTMLNode* child) const
     if (isDocument()) {
         if (node.isText()) hierarchyRequestError();
         size_t incoming = node.isDocumentFragment() ? elementChildCount(node.children_) : node.isElement() ? 1 : 0;
-        size_t present = elementChildCount(children_) - (child && child->isElement() ? 1 : 0);
+        size_t present = elementChildCount(children_) - (replacing && child->isElement() ? 1 : 0);
         if (incoming + present > 1) hierarchyRequestError();
     } else if (node.isDocumentType()) {
         hierarchyRequestError();
@@ -168,7 +168,7 @@ HTMLNodeRef HTMLNode::appendChild(HTMLNodeRef node) { return insertBefore(std::m
 
 HTMLNodeRef HTMLNode::insertBefore(HTMLNodeRef node, const HTMLNodeRef& child) {
     if (!node) hierarchyRequestError();
-    checkInsertion(*node, child.get());
+    checkInsertion(*node, child.get(), false);
     HTMLNodeRef reference = child == node ? node->nextSibling() : child;
     if (node->isDocumentFragment()) {
         std::vector<HTMLNodeRef> moved = std::move(node->children_);
@@ -188,7 +188,7 @@ HTMLNodeRef HTMLNode::replaceChild(HTMLNodeRef node, const HTMLNodeRef& child) {
     if (!node || !child) hierarchyRequestError();
     if (child->parent_.lock().get() != this) notFoundError();
     if (node == child) return child;
-    checkInsertion(*node, child.get());
+    checkInsertion(*node, child.get(), true);
     HTMLNodeRef keep = child;
     if (node->isDocumentFragment()) {
         size_t index = indexOfChildNode(*child);
@@ -232,7 +232,9 @@ void HTMLNode::removeAllChildNodes() {
 }
 
 void HTMLNode::reparentChildNodesIntoNode(HTMLNode& newParent) {
-    if (&newParent == this) return;
+    if (&newParent == this || children_.empty()) return;
+    // Checked before anything moves: the children must not end up inside themselves.
+    if (!newParent.canHaveChildren() || containsNode(newParent)) hierarchyRequestError();
     auto fragment = std::make_shared<HTMLDocumentFragment>();
     for (HTMLNodeRef& child : children_) child->parent_ = fragment;
     fragment->children_ = std::move(children_);

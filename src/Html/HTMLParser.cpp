@@ -50,10 +50,10 @@ private:
         size = (std::max<size_t>(size, 1) + kAlignment - 1) & ~(kAlignment - 1);
         if (size > remaining_) {
             if (size > nextBlock_ / 4) {  // large requests get a block of their own
-                blocks_.push_back(std::make_unique<std::max_align_t[]>(size / kAlignment));
+                blocks_.push_back(std::make_unique_for_overwrite<std::max_align_t[]>(size / kAlignment));
                 return blocks_.back().get();
             }
-            blocks_.push_back(std::make_unique<std::max_align_t[]>(nextBlock_ / kAlignment));
+            blocks_.push_back(std::make_unique_for_overwrite<std::max_align_t[]>(nextBlock_ / kAlignment));
             cursor_ = reinterpret_cast<char*>(blocks_.back().get());
             remaining_ = nextBlock_;
             nextBlock_ = std::min(nextBlock_ * 2, kLargestBlock);

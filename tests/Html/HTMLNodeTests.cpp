@@ -121,6 +121,12 @@ TEST(HTMLNode, HierarchyViolationsAreProgrammingErrors) {
     auto holder = HTMLElement::elementWithTagName(u"div");
     templateElement->templateContent()->appendChild(holder);
     expectError([&] { holder->appendChild(templateElement); }, "HierarchyRequestError");
+    expectError([&] { outer->reparentChildNodesIntoNode(*inner); }, "HierarchyRequestError");
+    // A document keeps one document element, whichever way a second one comes.
+    auto second = HTMLElement::elementWithTagName(u"html");
+    expectError([&] { document->insertBefore(second, document->documentElement()); }, "HierarchyRequestError");
+    document->replaceChild(second, document->documentElement());
+    EXPECT_EQ(document->documentElement(), second);
     // The tree is unchanged after a refused operation.
     EXPECT_EQ(html(outer), "<div><p><b>x</b></p></div>");
 }

@@ -107,7 +107,8 @@ public:
     // Removes this node from its parent; nothing happens for a root.
     void removeFromParent();
     void removeAllChildNodes();
-    // Moves every child of this node, in order, to the end of newParent's children.
+    // Moves every child of this node, in order, to the end of newParent's children. newParent must not be
+    // inside this node.
     void reparentChildNodesIntoNode(HTMLNode& newParent);
 
     // ---- Copies ----
@@ -163,7 +164,8 @@ protected:
 private:
     friend class HTMLTreeBuilder;
 
-    void checkInsertion(const HTMLNode& node, const HTMLNode* child) const;
+    // Throws unless node may go before child (or, when replacing, in child's place).
+    void checkInsertion(const HTMLNode& node, const HTMLNode* child, bool replacing) const;
     void insertAt(size_t index, HTMLNodeRef node);
     void detachChildAt(size_t index);
 
