@@ -22,6 +22,7 @@
 #include "postwright/Base/CharacterSet.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Base/TextEncoding.hpp"
 
 namespace postwright {
 
@@ -139,6 +140,27 @@ public:
     bool scanRFC2047TokenIntoString(OptString* result);
 
     // ---- Encoded words (RFC 2047; MimeEncoding.cpp) ---------------------------------------------------
+
+    // One encoded word "=?charset?Q|B?encoded-text?=" at the location, decoded to text.
+    // The charset is an RFC 2047 token; a "*" in it splits off an RFC 2231 language, which goes into
+    // languageUsed (the slot is left alone when there is none). The resolved encoding goes into
+    // encodingUsed (kInvalidEncoding for an unknown charset). mailSploited is cleared once the word is
+    // decoded and set when its bytes held a NUL byte; every NUL is then shown as backslash-zero.
+    // Options bit 1 lets the encoded text contain SPACE. The result slot is required: without it the
+    // word is scanned but the operation fails. A word that fails after its encoding letter is tried once
+    // more with bit 1 when options is 0, so that words a faulty encoder filled with spaces still decode.
+    // On failure the location is restored.
+    bool scanRFC2047EncodedWordIntoString(OptString* result, unsigned options, TextEncoding* encodingUsed,
+                                          OptString* languageUsed, bool* mailSploited);
+    bool scanRFC2047EncodedWordIntoString(OptString* result, TextEncoding* encodingUsed, OptString* languageUsed,
+                                          bool* mailSploited) {
+        return scanRFC2047EncodedWordIntoString(result, 0, encodingUsed, languageUsed, mailSploited);
+    }
+    // One encoded word as raw text, not decoded. Only the "?" after the first character is required (the
+    // "=" is not tested); the encoding letter must be Q or B and the word must end in "?=", otherwise
+    // code 6 (MalformedMimeData) goes into the error slot, which is not cleared on entry, and the
+    // location is restored. The result is the text from the start through "?=".
+    bool scanMimeEncodedWordIntoString(OptString* result, ErrorRef* error);
 
     // ---- Addresses (RFC 2822 section 3.4; AddressGrammar.cpp) -------------------------------------------
 
