@@ -110,6 +110,17 @@ public:
     // First "Subject", decoded, trimmed, CR and LF removed.
     OptString subject() const;
 
+    // The dates the "Date" field may stand for: the one strict reading, else the tolerant reader's dates
+    // that are not later than now; empty without a Date value.
+    std::vector<double> candidateSentDates() const;
+    // The dates after the last ";" of every "Received" field, read the same way, in order.
+    std::vector<double> possibleReceivedDates() const;
+    // The one sent candidate; else, when there are received dates, the first candidate not later than a
+    // received date (received dates in order); else the first candidate, or the first received date.
+    std::optional<double> dateSent() const;
+    // The first received date, else the first sent candidate.
+    std::optional<double> dateReceived() const;
+
     // ---- Output ------------------------------------------------------------------------------------------
 
     // The whole header block: every field folded by its own entry (parsed fields as received, mutable
