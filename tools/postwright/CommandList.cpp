@@ -6,6 +6,7 @@ const std::vector<Command>& commands() {
     static const std::vector<Command> list = {
         {"split", "show where a message's header block ends and its body begins", splitHelp, runSplit},
         {"parse", "run one structured-field scanner operation over a text", parseHelp, runParse},
+        {"identifier", "take a message identifier ACCOUNT/CONTENT apart", identifierHelp, runIdentifier},
     };
     return list;
 }

@@ -20,5 +20,7 @@ std::string splitHelp();
 int runSplit(const std::vector<std::string>& arguments);
 std::string parseHelp();
 int runParse(const std::vector<std::string>& arguments);
+std::string identifierHelp();
+int runIdentifier(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

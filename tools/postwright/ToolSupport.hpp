@@ -50,6 +50,8 @@ int inputError(const std::string& message);
 
 Json jsonText(const OptString& text);
 Json jsonText(std::u16string_view text);
+inline Json jsonText(const std::u16string& text) { return jsonText(std::u16string_view(text)); }
+inline Json jsonText(const char16_t* text) { return jsonText(std::u16string_view(text)); }
 Json jsonError(const ErrorRef& error);
 // Writes the value to stdout, indented, followed by a line break; invalid text is replaced, never fatal.
 void printJSON(const Json& value);
