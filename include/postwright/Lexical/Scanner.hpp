@@ -184,6 +184,23 @@ public:
 
     // ---- Dates (RFC 2822 section 3.3; DateFormat.cpp) ----------------------------------------------------
 
+    // The strict RFC 2822 date-time: [day-name ... ","] day month year FWS hh:mm[:ss] [zone]. The date slot
+    // is set to nil on entry and receives the date on success; the location is then after the zone.
+    // Options: 1 accepts a two-digit numeric month ("01"-"12") where the month name is missing; 3 also
+    // reads the first number as the month ("05/03/2024" is 3 May). Two-digit years below 50 are 20xx,
+    // 50-999 get 1900 added (so "100" is 2000). Zone: "+hhmm"/"-hhmm", a US zone name, a military letter
+    // (RFC 822 signs: "A" is one hour behind GMT), else GMT; names match as prefixes, so "CET" reads as
+    // "C". A missing day or year is not checked (the calendar then refuses day 0); an impossible date,
+    // a missing ":" or white space before the time fails. Failure restores the location.
+    bool scanRFC2822DateTimeIntoDate(std::optional<double>* date, unsigned options = 0);
+    // The tolerant reader: guesses dates from free text. First every pattern pair of the user's locale
+    // styles and fixed date and time patterns votes, counting only dates before today; the dates come back
+    // most votes first. When none fits, the day name, zone, time, month, day and year are picked out one by
+    // one; a numeric month that disagrees with the day name also gives the date with day and month
+    // swapped. The dates slot is set to nil on entry. False for empty text or when the pieces lack a day,
+    // month, year, hour or minute; otherwise at least one date (now, when nothing better was found).
+    static bool scanNonConformantDateString(std::u16string_view text, std::optional<std::vector<double>>* dates);
+
 private:
     bool scanComment(OptString* result, ErrorRef* error, int depth, bool* tooDeep);
 
