@@ -9,6 +9,8 @@ const std::vector<Command>& commands() {
         {"encode", "write text as quoted-printable, Q text, an encoded word or an IMAP astring", encodeHelp, runEncode},
         {"decode", "turn quoted-printable or Q text back into bytes", decodeHelp, runDecode},
         {"identifier", "take a message identifier ACCOUNT/CONTENT apart", identifierHelp, runIdentifier},
+        {"html", "parse HTML and print it normalised, selected by CSS, or cleaned for delivery", htmlHelp,
+         runHtml},
     };
     return list;
 }

@@ -26,5 +26,7 @@ std::string decodeHelp();
 int runDecode(const std::vector<std::string>& arguments);
 std::string identifierHelp();
 int runIdentifier(const std::vector<std::string>& arguments);
+std::string htmlHelp();
+int runHtml(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool
