@@ -35,9 +35,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     (void)dataForMimeEncodedWord(text, &encoding, &language);
     (void)stringWithMimeEncodedWord(text, &encoding, &language);
     (void)rfc9051AString(text);
-    // Written words read back, except that a Q word's text ends at a decoded NUL.
+    // Written words read back, except that a Q word's text ends at a decoded NUL and that decoding drops
+    // a byte-order mark at the start.
     if (OptString word = mimeWordWithString(text, kUTF8StringEncoding, &encoding)) {
-        if (text.find(u'\0') == std::u16string::npos && stringWithMimeEncodedWord(*word) != text) __builtin_trap();
+        bool comparable = text.find(u'\0') == std::u16string::npos && (text.empty() || text[0] != 0xFEFF);
+        if (comparable && stringWithMimeEncodedWord(*word) != text) __builtin_trap();
     }
     return 0;
 }
