@@ -6,6 +6,8 @@ const std::vector<Command>& commands() {
     static const std::vector<Command> list = {
         {"split", "show where a message's header block ends and its body begins", splitHelp, runSplit},
         {"parse", "run one structured-field scanner operation over a text", parseHelp, runParse},
+        {"encode", "write text as quoted-printable, Q text, an encoded word or an IMAP astring", encodeHelp, runEncode},
+        {"decode", "turn quoted-printable or Q text back into bytes", decodeHelp, runDecode},
     };
     return list;
 }

@@ -20,5 +20,9 @@ std::string splitHelp();
 int runSplit(const std::vector<std::string>& arguments);
 std::string parseHelp();
 int runParse(const std::vector<std::string>& arguments);
+std::string encodeHelp();
+int runEncode(const std::vector<std::string>& arguments);
+std::string decodeHelp();
+int runDecode(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

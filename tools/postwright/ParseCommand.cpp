@@ -10,6 +10,7 @@ const std::vector<ParseKind>& parseKinds() {
     static const std::vector<ParseKind> kinds = [] {
         std::vector<ParseKind> list;
         addScannerParseKinds(list);
+        addCodecParseKinds(list);
         return list;
     }();
     return kinds;

@@ -99,6 +99,35 @@ Json jsonError(const ErrorRef& error) {
     return value;
 }
 
+Json jsonParameters(const ParameterDictionary& parameters) {
+    Json object = Json::object();
+    for (const auto& [key, value] : parameters) {
+        if (const auto* text = std::get_if<std::u16string>(&value)) {
+            object[toUTF8(key)] = toUTF8(*text);
+        } else if (const auto* number = std::get_if<long long>(&value)) {
+            object[toUTF8(key)] = *number;
+        } else if (const auto* sections = std::get_if<SectionMap>(&value)) {
+            Json pieces = Json::object();
+            for (const auto& [section, bytes] : *sections) {
+                static const char kHex[] = "0123456789abcdef";
+                std::string hex;
+                for (uint8_t byte : bytes) {
+                    hex.push_back(kHex[byte >> 4]);
+                    hex.push_back(kHex[byte & 0xF]);
+                }
+                pieces[std::to_string(section)] = hex;
+            }
+            object[toUTF8(key)] = pieces;
+        }
+    }
+    return object;
+}
+
+Json jsonCharsetName(TextEncoding encoding) {
+    std::optional<std::u16string> name = charSetNameForEncoding(encoding);
+    return name ? Json(toUTF8(lowercase(*name))) : Json(nullptr);
+}
+
 std::string dumpJSON(const Json& value, int indent) {
     return value.dump(indent, ' ', false, Json::error_handler_t::replace);
 }

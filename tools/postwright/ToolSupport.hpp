@@ -12,6 +12,8 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Lexical/ParameterDictionary.hpp"
 
 namespace postwright::tool {
 
@@ -51,6 +53,11 @@ int inputError(const std::string& message);
 Json jsonText(const OptString& text);
 Json jsonText(std::u16string_view text);
 Json jsonError(const ErrorRef& error);
+// A Content-Type or Content-Disposition info dictionary as an object in its insertion order: text as
+// strings, integers as numbers, unjoined sections as an object of section number to hex bytes.
+Json jsonParameters(const ParameterDictionary& parameters);
+// The lower-case charset name of an encoding, or null for 0, invalid and unknown numbers.
+Json jsonCharsetName(TextEncoding encoding);
 // Writes the value to stdout, indented, followed by a line break; invalid text is replaced, never fatal.
 void printJSON(const Json& value);
 std::string dumpJSON(const Json& value, int indent = 2);

@@ -21,6 +21,7 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Base/Text.hpp"
 
 namespace postwright {
 
@@ -65,6 +66,29 @@ public:
     bool scanBytesInSet(const FGByteSet& set, Data* into = nullptr);
     bool scanUpToBytesInSet(const FGByteSet& set, Data* into = nullptr);
     bool scanByte(uint8_t byte);
+
+    // ---- MIME bodies and mbox files (DataScannerPostwright.cpp) ----------------------------------------
+
+    // Skips a run of SPACE and TAB; true when at least one was skipped.
+    bool scanLWSPChars();
+
+    // Splits a multipart body (RFC 2046 section 5.1.1), the scanner standing at the start of the body,
+    // into its preamble, body parts and epilogue. Each body part is a view of one whole entity (header
+    // block, blank line and body) without the line delimiter that belongs to the following boundary.
+    // lineDelimiter defaults to CR LF. Damaged structure is never an error: a missing close-delimiter
+    // lets the last part run to the end, and a body without any boundary is all preamble. The scan fails,
+    // with the MIME error code 2 when an error slot is given, only when the boundary (nil or not ASCII)
+    // cannot be turned into bytes. Succeeds when the location moved.
+    bool scanMimeDataWithBoundary(const OptString& boundary, const std::optional<Data>& lineDelimiter,
+                                  std::optional<Data>* preamble, std::vector<Data>* bodyParts,
+                                  std::optional<Data>* epilogue, ErrorRef* error = nullptr);
+
+    // Reads one message of an mbox file: its "From " envelope line (up to, not including, the line
+    // break) and its bytes, with mboxrd quoting undone (">From " loses one ">"). Bytes before a first
+    // "From " line are discarded; the scan stops at the start of the next message's "From " line. Both
+    // outputs are views of the file where no quoting had to be undone. Succeeds when the location moved;
+    // the outputs are set only when both are non-empty.
+    bool scanMboxMessage(Data* fromLine, Data* message);
 
 private:
     Data data_;

@@ -29,6 +29,8 @@ namespace postwright {
 // Deepest comment nesting the scanner follows; a deeper comment ends the scan as unclosed.
 inline constexpr int kMaxCommentNesting = 256;
 
+class ParameterDictionary;  // ParameterDictionary.hpp
+
 class Scanner {
 public:
     explicit Scanner(std::u16string string) : string_(std::move(string)) {}
@@ -233,6 +235,20 @@ public:
     bool scanAddrSpecIntoLocalName(OptString* localName, OptString* domain, OptString* invalid, ErrorRef* error);
 
     // ---- Content-Type and Content-Disposition parameters (RFC 2045, 2183, 2231; ContentParameters.cpp) -
+
+    // The value of a Content-Type header, from the location: "type/subtype" and its parameters, with
+    // RFC 2231 continuations, charsets and percent-escapes resolved and encoded words in values decoded.
+    // The keys are described in ContentParameters.hpp. Known major types are matched as prefixes, "x-"
+    // types keep their name, any other major type becomes "application". On success the dictionary goes
+    // into result (continued parameters are joined only when result is given); on failure the location
+    // is restored. The error slot is never written: no failure produces a record.
+    bool scanRFC1341ContentTypeHeaderIntoDictionary(ParameterDictionary* result, ErrorRef* error);
+    // The value of a Content-Disposition header: "inline", "attachment", an "x-" type, or else
+    // "attachment" without consuming anything (an unknown type then fails the parameter list unless the
+    // value ends there). "size" is an integer, the three date parameters are kept as quoted text. A
+    // parameter without a value ends the list successfully. The error slot is cleared on entry and never
+    // written otherwise.
+    bool scanRFC2183ContentDispositionHeaderIntoDictionary(ParameterDictionary* result, ErrorRef* error);
 
     // ---- Dates (RFC 2822 section 3.3; DateFormat.cpp) ----------------------------------------------------
 

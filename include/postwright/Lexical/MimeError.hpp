@@ -1,0 +1,26 @@
+// The error vocabulary of MIME structure: domain "com.fennelgate.FGPostwright.MIME".
+//
+// Code 1: a part's header block could not be parsed (the header error is the underlying error).
+// Code 2: a multipart body could not be split because its boundary or line delimiter has no bytes.
+#pragma once
+
+#include <optional>
+
+#include "postwright/Base/Data.hpp"
+#include "postwright/Base/Error.hpp"
+#include "postwright/Base/Text.hpp"
+
+namespace postwright {
+
+inline constexpr const char* kMimeErrorDomain = "com.fennelgate.FGPostwright.MIME";
+
+enum class MimeErrorCode : long {
+    HeaderParsing = 1,
+    MultipartParsing = 2,
+};
+
+// Code 2 with the user-info keys "boundary" ("<NO BOUNDARY>" when nil) and "lineDelimiter"
+// ("<NO LINEBREAK>" when none was given).
+ErrorRef multipartParsingError(const OptString& boundary, const std::optional<Data>& lineDelimiter);
+
+}  // namespace postwright
