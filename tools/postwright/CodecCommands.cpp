@@ -9,6 +9,7 @@ const std::vector<Subcommand>& encodeSubcommands() {
     static const std::vector<Subcommand> list = [] {
         std::vector<Subcommand> entries;
         addCodecEncodeSubcommands(entries);
+        addAddressEncodeSubcommands(entries);
         return entries;
     }();
     return list;

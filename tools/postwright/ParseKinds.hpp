@@ -33,6 +33,8 @@ struct ParseKind {
 const std::vector<ParseKind>& parseKinds();
 void addScannerParseKinds(std::vector<ParseKind>& kinds);
 void addCodecParseKinds(std::vector<ParseKind>& kinds);
+void addAddressParseKinds(std::vector<ParseKind>& kinds);
+void addDateParseKinds(std::vector<ParseKind>& kinds);
 
 // A result text slot as JSON (null when nil).
 inline ParseOutcome textOutcome(bool ok, const OptString& text) { return {ok, jsonText(text)}; }

@@ -165,6 +165,74 @@ public:
     bool scanMimeEncodedWordIntoString(OptString* result, ErrorRef* error);
 
     // ---- Addresses (RFC 2822 section 3.4; AddressGrammar.cpp) -------------------------------------------
+    //
+    // Options are the address option bits of AddressGrammar.hpp. Address lists are vectors: an empty
+    // vector is the nil list. PWEmailAddress and PWEmailAddressGroup (Headers/) are declared by their first
+    // mention below. The forms without options that build phrases up pass 4 (kAddressOptionBuiltUpPhrases).
+    // Only the addr-spec and the angle-addr raise errors of their own; a failed attempt
+    // inside a longer operation that the grammar then recovers from leaves nothing in the caller's slot.
+
+    // addr-spec: local part "@" domain. No local part: fails with no new error (a quoted-string error of
+    // the local part stays). No "@", or no domain after it: code 5, local part slot cleared. Restores.
+    bool scanAddrSpecIntoLocalName(OptString* localName, OptString* domain, ErrorRef* error);
+    // angle-addr: CFWS "<" addr-spec ">" CFWS. On success the error slot is cleared. A missing ">" after a
+    // good addr-spec raises code 4; a failed addr-spec clears the slot (its code 5 is not passed on).
+    bool scanAngularAddrSpecIntoLocalName(OptString* localName, OptString* domain, ErrorRef* error);
+    // The same with a built-up phrase between the angle brackets.
+    bool scanAngularPhraseIntoString(OptString* result, ErrorRef* error);
+    // A display name: a phrase, built up with option bit 4 (the form without options always builds up).
+    bool scanDisplayName(OptString* result, ErrorRef* error) { return scanDisplayName(result, 4, error); }
+    bool scanDisplayName(OptString* result, unsigned options, ErrorRef* error);
+    // name-addr: an optional display name and an angle-addr. The display name comes back trimmed. On
+    // failure the trimmed display name goes into the invalid slot and the location is restored.
+    bool scanNameAddrIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain, OptString* invalid,
+                                     unsigned options, ErrorRef* error);
+    bool scanNameAddrIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain, OptString* invalid,
+                                     ErrorRef* error) {
+        return scanNameAddrIntoDisplayName(displayName, localName, domain, invalid, 1, error);
+    }
+    // One mailbox: name-addr, else addr-spec (display name nil; the invalid slot is cleared), else, with an
+    // invalid slot and not at ";", the invalid fallback: a phrase (the location then stays before the next
+    // comma, or after the phrase when there is none), or the text up to the next comma or the end. The
+    // fallback succeeds whenever it consumes something, so with an invalid slot the read fails only at
+    // ";" or when nothing can be consumed. The error slot receives the successful branch's error (nil, or
+    // code 10 when a domain's dot-atom ended in a dot before a domain literal); the fallback leaves it.
+    bool scanRFC2822EmailAddressIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain,
+                                                OptString* invalid, unsigned options, ErrorRef* error);
+    bool scanRFC2822EmailAddressIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain,
+                                                OptString* invalid, ErrorRef* error) {
+        return scanRFC2822EmailAddressIntoDisplayName(displayName, localName, domain, invalid, 4, error);
+    }
+    bool scanRFC2822EmailAddressIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain,
+                                                ErrorRef* error) {
+        return scanRFC2822EmailAddressIntoDisplayName(displayName, localName, domain, nullptr, 4, error);
+    }
+    // One mailbox as a PWEmailAddress. An invalid fallback gives an invalid address holding the raw source
+    // text read; otherwise encoded words in the display name and local part are decoded and the address is
+    // built with the options (bit 2 then marks it mail-sploited when a decoded word smuggled a NUL or the
+    // decoded display name holds a line break). Fails, with a null address, when no mailbox can be read.
+    bool scanPWEmailAddress(std::shared_ptr<class PWEmailAddress>* address, unsigned options, ErrorRef* error);
+    // The same, always reporting success.
+    bool scanRFC2822EmailAddressIntoPWEMailAddress(std::shared_ptr<PWEmailAddress>* address, unsigned options,
+                                                   ErrorRef* error);
+    // mailbox-list: mailboxes with optional commas between them, stopping before a group name (a phrase
+    // and ":") or where a mailbox cannot be read. Succeeds when the location moved.
+    bool scanRFC2822MailboxList(std::vector<std::shared_ptr<PWEmailAddress>>* list, unsigned options, ErrorRef* error);
+    // A group name: a phrase followed at once by ":", then folding white space.
+    bool scanRFC2822EmailGroupIntoGroupName(OptString* groupName, unsigned options, ErrorRef* error);
+    // A group: name ":" [mailbox-list] [";"] (the ";" is tolerated missing). The list slot is required and
+    // cleared on entry.
+    bool scanRFC2822EmailGroupIntoGroupName(OptString* groupName, std::vector<std::shared_ptr<PWEmailAddress>>* mailboxList,
+                                            unsigned options, ErrorRef* error);
+    // address-list: groups and runs of plain mailboxes, each run an unnamed group, so every address ends up
+    // in a group. Fails at the end of the text, and when an inner operation leaves an error record (then
+    // the location is restored and the list is empty).
+    bool scanRFC2822AddressListIntoPWEmailAddressGroups(std::vector<std::shared_ptr<class PWEmailAddressGroup>>* groups,
+                                                        unsigned options, ErrorRef* error);
+    // Reserved: they always fail and consume nothing.
+    bool scanGroupIntoGroupName(OptString* groupName, std::vector<std::shared_ptr<PWEmailAddress>>* addresses,
+                                ErrorRef* error);
+    bool scanAddrSpecIntoLocalName(OptString* localName, OptString* domain, OptString* invalid, ErrorRef* error);
 
     // ---- Content-Type and Content-Disposition parameters (RFC 2045, 2183, 2231; ContentParameters.cpp) -
 
