@@ -1,6 +1,7 @@
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 
 #include "postwright/Lexical/CharacterSetRFC2822.hpp"
+#include "postwright/Lexical/DateFormat.hpp"
 #include "postwright/Lexical/MimeEncoding.hpp"
 
 namespace postwright {
@@ -148,6 +149,28 @@ void PWMutableMessageHeaders::setInReplyToIds(const std::vector<std::u16string>&
 
 void PWMutableMessageHeaders::setReferences(const std::vector<std::u16string>& identifiers) {
     setIdentifierList(PWMessageHeaderReferencesKey, identifiers);
+}
+
+}  // namespace postwright
+
+namespace postwright {
+
+void PWMutableMessageHeaders::setDateSent(double date) { setHeader(rfc2822Date(date), PWMessageHeaderDateKey); }
+
+void PWMutableMessageHeaders::setSender(const PWEmailAddressList& addresses) {
+    setHeader(PWEmailAddress::rfc2822RepresentationForAddresses(addresses), PWMessageHeaderSenderKey);
+}
+
+void PWMutableMessageHeaders::setFrom(const PWEmailAddressList& addresses) {
+    setHeader(PWEmailAddress::rfc2822RepresentationForAddresses(addresses), PWMessageHeaderFromKey);
+}
+
+void PWMutableMessageHeaders::setAddressField(std::u16string_view key, const std::vector<std::u16string>& forms) {
+    if (forms.empty()) {
+        removeHeaderForKey(key);
+        return;
+    }
+    setHeader(componentsJoinedBy(forms, u","), key);
 }
 
 }  // namespace postwright

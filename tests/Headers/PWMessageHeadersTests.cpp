@@ -138,3 +138,32 @@ TEST(PWMessageHeaders, ParsesHugeBlocksInLinearTime) {
     EXPECT_EQ(headers->headersForKey(u"received", false).size(), 100000u);
     EXPECT_EQ(headers->subject()->size(), size_t(1) << 20);
 }
+
+TEST(PWMessageHeaders, AddressAndContentTypeViews) {
+    auto headers = parse(
+        "From: =?utf-8?Q?J=C3=B6rg?= <jorg@example.com>, ann@example.org\r\n"
+        "To: Team: a@x.org, b@x.org;, c@y.org\r\n"
+        "Cc: broken <unclosed, d@z.org\r\n"
+        "Content-Type: TEXT/Plain; Charset=\"UTF-8\"\r\n"
+        "Content-Disposition: attachment; filename=a.txt\r\n\r\n");
+    auto from = headers->from();
+    ASSERT_TRUE(from);
+    ASSERT_EQ(from->size(), 2u);
+    EXPECT_EQ((*from)[0]->addressComment(), u"J\u00f6rg") << "display names are decoded";
+    EXPECT_FALSE(headers->sender());
+    auto to = headers->recipients();
+    ASSERT_TRUE(to);
+    ASSERT_EQ(to->size(), 2u);
+    EXPECT_EQ((*to)[0]->groupName(), u"Team");
+    EXPECT_EQ((*to)[1]->addresses().size(), 1u);
+    auto cc = headers->ccRecipients();
+    ASSERT_TRUE(cc) << "a broken mailbox does not spoil the group list";
+    EXPECT_FALSE(headers->bccRecipients());
+
+    auto type = headers->contentType();
+    ASSERT_TRUE(type);
+    EXPECT_EQ(type->mimeType(), u"text/plain");
+    EXPECT_EQ(headers->contentTypeInfo()->text(u"charset"), u"UTF-8");
+    EXPECT_EQ(headers->contentDisposition()->dispositionType, u"attachment");
+    EXPECT_FALSE(parse("Content-Type: /\r\n\r\n")->contentType()) << "a malformed value gives nothing";
+}

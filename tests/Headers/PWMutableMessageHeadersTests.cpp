@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "postwright/Base/DateEnvironment.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 
 using namespace postwright;
@@ -86,4 +87,27 @@ TEST(PWMutableMessageHeaders, MergingTakesFieldsAfterTheExistingOnes) {
     EXPECT_FALSE(notified);
     EXPECT_FALSE(headers->mutated()) << "merging does not clear the content identifier";
     EXPECT_EQ(headers->contentIdentifier(), before);
+}
+
+TEST(PWMutableMessageHeaders, AddressAndDateSetters) {
+    auto headers = PWMutableMessageHeaders::init();
+    PWEmailAddressList two = {PWEmailAddress::initWithAddressComment(u"Ann Smith", u"ann@example.org"),
+                              PWEmailAddress::initWithAddressComment(std::nullopt, u"Bob@Example.org")};
+    headers->setRecipients(two);
+    EXPECT_EQ(headers->firstHeaderForKey(u"To"), u"\"Ann Smith\" <ann@example.org>,bob@example.org")
+        << "recipients are joined by a bare comma, addresses lower-cased";
+    headers->setFrom(two);
+    EXPECT_EQ(headers->firstHeaderForKey(u"From"), u"\"Ann Smith\" <ann@example.org>, bob@example.org")
+        << "From is joined by comma and space";
+    headers->setRecipients(PWEmailAddressList{});
+    EXPECT_FALSE(headers->firstHeaderForKey(u"To")) << "an empty list removes the field";
+    auto groups = PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(u"Team: a@x.org, b@x.org;");
+    headers->setCcRecipients(*groups);
+    EXPECT_EQ(headers->firstHeaderForKey(u"Cc"), u"Team:a@x.org, b@x.org;") << "groups are accepted too";
+    headers->setSender({});
+    EXPECT_FALSE(headers->firstHeaderForKey(u"Sender"));
+
+    DateEnvironment::Override pinned(std::nullopt, "Europe/Berlin");
+    headers->setDateSent(1709629440000.0);
+    EXPECT_EQ(headers->firstHeaderForKey(u"Date"), u"Tue, 5 Mar 2024 10:04:00 +0100");
 }

@@ -3,8 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <sys/wait.h>
-#include <cstdio>
+#include "support/ToolRunner.hpp"
 #include <string>
 #include <vector>
 
@@ -14,26 +13,10 @@ struct Output {
     std::string text;
 };
 
-std::string shellQuoted(const std::string& argument) {
-    std::string out = "'";
-    for (char c : argument) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
-// Runs the tool and collects its standard output (standard error is dropped).
+// Runs the tool and collects its standard output.
 Output run(const std::vector<std::string>& arguments) {
-    std::string command = shellQuoted(PW_TOOL_PATH);
-    for (const std::string& argument : arguments) command += " " + shellQuoted(argument);
-    command += " 2>/dev/null";
-    Output output;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe) return output;
-    char buffer[4096];
-    size_t read = 0;
-    while ((read = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) output.text.append(buffer, read);
-    int raw = ::pclose(pipe);
-    output.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return output;
+    postwright::test::ToolRun tool = postwright::test::runTool(arguments);
+    return {tool.status, tool.out};
 }
 
 nlohmann::ordered_json parse(const std::vector<std::string>& arguments) {

@@ -10,6 +10,7 @@ const std::vector<Subcommand>& encodeSubcommands() {
         std::vector<Subcommand> entries;
         addCodecEncodeSubcommands(entries);
         addAddressEncodeSubcommands(entries);
+        addHeaderEncodeSubcommands(entries);
         return entries;
     }();
     return list;

@@ -24,6 +24,8 @@ std::string encodeHelp();
 int runEncode(const std::vector<std::string>& arguments);
 std::string decodeHelp();
 int runDecode(const std::vector<std::string>& arguments);
+std::string headersHelp();
+int runHeaders(const std::vector<std::string>& arguments);
 std::string identifierHelp();
 int runIdentifier(const std::vector<std::string>& arguments);
 std::string htmlHelp();

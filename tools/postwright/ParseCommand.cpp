@@ -81,12 +81,8 @@ int runParse(const std::vector<std::string>& argumentList) {
     }
     if (arguments.flag("escapes")) text = unescapeArgument(text);
 
-    std::optional<double> now;
-    if (std::optional<std::string> given = arguments.value("now")) {
-        now = dateFromArgument(*given);
-        if (!now) return usageError("parse", "--now needs milliseconds or an ISO 8601 date, not \"" + *given + "\"");
-    }
-    DateEnvironment::Override environment(now, arguments.value("tz"), arguments.value("locale"));
+    std::optional<DateEnvironment::Override> pinned;
+    if (int status = pinDateEnvironment("parse", arguments, pinned)) return status;
 
     Scanner scanner = Scanner::emailAddressScannerWithString(fromUTF8(text));
     ErrorRef error;

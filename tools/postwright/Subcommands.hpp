@@ -19,6 +19,7 @@ const std::vector<Subcommand>& decodeSubcommands();
 void addCodecEncodeSubcommands(std::vector<Subcommand>& list);
 void addCodecDecodeSubcommands(std::vector<Subcommand>& list);
 void addAddressEncodeSubcommands(std::vector<Subcommand>& list);
+void addHeaderEncodeSubcommands(std::vector<Subcommand>& list);
 
 // Runs the subcommand named by the first argument; usage errors name the command.
 int runSubcommand(const char* command, const std::vector<Subcommand>& list, const std::vector<std::string>& arguments);

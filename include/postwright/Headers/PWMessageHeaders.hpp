@@ -23,15 +23,15 @@
 #include "postwright/Base/TextEncoding.hpp"
 #include "postwright/Headers/HeaderEntryDictionary.hpp"
 #include "postwright/Headers/HeaderNames.hpp"
+#include "postwright/Headers/PWEmailAddress.hpp"
+#include "postwright/Headers/PWEmailAddressGroup.hpp"
 #include "postwright/Message/RFC2822IDHash.hpp"
+#include "postwright/Mime/PWContentDisposition.hpp"
+#include "postwright/Mime/PWContentType.hpp"
 
 namespace postwright {
 
 class PWMutableMessageHeaders;
-class PWEmailAddress;
-class PWEmailAddressGroup;
-class PWContentType;
-class PWContentDisposition;
 
 // Where a collection came from.
 enum class HeaderDataSource : int { InMemory = 0, MessageData = 1, MessageFile = 2 };
@@ -109,6 +109,27 @@ public:
 
     // First "Subject", decoded, trimmed, CR and LF removed.
     OptString subject() const;
+
+    // The addresses of the field's first value (not decoded, unfolded; the address grammar decodes display
+    // names itself); nullopt when the field is missing or one mailbox of it cannot be read.
+    std::optional<PWEmailAddressList> emailAddressesForHeaderKey(std::u16string_view key) const;
+    // The groups of the field's first value; plain mailboxes come as groups without a name.
+    std::optional<PWEmailAddressGroupList> emailAddressGroupsForHeaderKey(std::u16string_view key) const;
+    // The addresses of "From"; nullopt when there are none.
+    std::optional<PWEmailAddressList> from() const;
+    // The addresses of "Sender" as the address parser gives them.
+    std::optional<PWEmailAddressList> sender() const;
+    std::optional<PWEmailAddressGroupList> recipients() const;       // "To"
+    std::optional<PWEmailAddressGroupList> ccRecipients() const;     // "Cc"
+    std::optional<PWEmailAddressGroupList> bccRecipients() const;    // "Bcc"
+    std::optional<PWEmailAddressGroupList> replyToRecipients() const;  // "Reply-To"
+
+    // The first "Content-Type" / "Content-Disposition" (not decoded) read by the parameter parser;
+    // nullopt when missing or malformed.
+    std::optional<ParameterDictionary> contentTypeInfo() const;
+    std::optional<ParameterDictionary> contentDispositionInfo() const;
+    std::optional<PWContentType> contentType() const;
+    std::optional<PWContentDisposition> contentDisposition() const;
 
     // The dates the "Date" field may stand for: the one strict reading, else the tolerant reader's dates
     // that are not later than now; empty without a Date value.

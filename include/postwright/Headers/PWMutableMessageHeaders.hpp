@@ -42,6 +42,27 @@ public:
     // Nil or empty removes "Subject"; otherwise trimmed, line breaks removed, and written as an encoded
     // word when it is not plain header text.
     void setSubject(const OptString& subject);
+    // "Date" = the date's RFC 2822 text in the current zone.
+    void setDateSent(double date);
+    // "Sender" / "From" = the addresses' RFC 2822 forms joined by ", "; no address removes the field.
+    void setSender(const PWEmailAddressList& addresses);
+    void setFrom(const PWEmailAddressList& addresses);
+    // "To", "Cc", "Bcc", "Reply-To" = the RFC 2822 forms joined by a bare ","; groups are accepted as well
+    // as addresses. An empty list removes the field.
+    void setRecipients(const PWEmailAddressList& addresses) { setAddressField(PWMessageHeaderToKey, formsOf(addresses)); }
+    void setRecipients(const PWEmailAddressGroupList& groups) { setAddressField(PWMessageHeaderToKey, formsOf(groups)); }
+    void setCcRecipients(const PWEmailAddressList& addresses) { setAddressField(PWMessageHeaderCcKey, formsOf(addresses)); }
+    void setCcRecipients(const PWEmailAddressGroupList& groups) { setAddressField(PWMessageHeaderCcKey, formsOf(groups)); }
+    void setBccRecipients(const PWEmailAddressList& addresses) {
+        setAddressField(PWMessageHeaderBccKey, formsOf(addresses));
+    }
+    void setBccRecipients(const PWEmailAddressGroupList& groups) { setAddressField(PWMessageHeaderBccKey, formsOf(groups)); }
+    void setReplyToRecipients(const PWEmailAddressList& addresses) {
+        setAddressField(PWMessageHeaderReplyToKey, formsOf(addresses));
+    }
+    void setReplyToRecipients(const PWEmailAddressGroupList& groups) {
+        setAddressField(PWMessageHeaderReplyToKey, formsOf(groups));
+    }
     // "Message-Id" = "<id>" of the value trimmed of "<", ">", SPACE, CR and LF.
     void setHeaderID(std::u16string_view identifier);
     // Each identifier trimmed and wrapped in angle brackets, joined with ", "; an empty list removes.
@@ -58,6 +79,16 @@ protected:
     void notifyObservers(bool prior);
     void changeDictionary(const std::function<void(HeaderEntryDictionary&)>& change, bool notify);
     void setIdentifierList(std::u16string_view key, const std::vector<std::u16string>& identifiers);
+    template <typename List>
+    static std::vector<std::u16string> formsOf(const List& items) {
+        std::vector<std::u16string> forms;
+        for (const auto& item : items) {
+            if (!item) continue;
+            if (OptString form = item->rfc2822Representation()) forms.push_back(*form);
+        }
+        return forms;
+    }
+    void setAddressField(std::u16string_view key, const std::vector<std::u16string>& forms);
 
     std::mutex observersMutex_;
     std::map<size_t, Observer> observers_;
