@@ -106,8 +106,25 @@ Data Data::subdataFromLocation(size_t location) const noexcept {
 
 size_t Data::find(std::string_view needle, size_t from) const noexcept {
     if (needle.empty() || from >= length_ || needle.size() > length_ - from) return npos;
-    const void* hit = memmem(bytes_ + from, length_ - from, needle.data(), needle.size());
-    return hit ? static_cast<size_t>(static_cast<const uint8_t*>(hit) - bytes_) : npos;
+    if (needle.size() > 16) {
+        const void* hit = memmem(bytes_ + from, length_ - from, needle.data(), needle.size());
+        return hit ? static_cast<size_t>(static_cast<const uint8_t*>(hit) - bytes_) : npos;
+    }
+    // Short needles (line breaks, blank lines, boundaries): memchr for the first byte and compare the
+    // rest, which avoids the general search's set-up cost on every call.
+    const uint8_t first = static_cast<uint8_t>(needle[0]);
+    const uint8_t* cursor = bytes_ + from;
+    const uint8_t* last = bytes_ + length_ - needle.size();
+    while (cursor <= last) {
+        const void* hit = std::memchr(cursor, first, static_cast<size_t>(last - cursor) + 1);
+        if (!hit) return npos;
+        const uint8_t* candidate = static_cast<const uint8_t*>(hit);
+        if (std::memcmp(candidate + 1, needle.data() + 1, needle.size() - 1) == 0) {
+            return static_cast<size_t>(candidate - bytes_);
+        }
+        cursor = candidate + 1;
+    }
+    return npos;
 }
 
 size_t Data::findByte(uint8_t byte, size_t from) const noexcept {

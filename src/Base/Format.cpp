@@ -76,15 +76,15 @@ std::u16string formatString(std::u16string_view format, std::initializer_list<Fo
             continue;
         }
         // Flags, width, precision, length modifiers, conversion.
-        std::string spec = "%";
+        std::string directive = "%";
         while (j < format.size() && (format[j] == u'0' || format[j] == u'-' || format[j] == u'+' || format[j] == u' ')) {
-            spec.push_back(static_cast<char>(format[j++]));
+            directive.push_back(static_cast<char>(format[j++]));
         }
-        while (j < format.size() && format[j] >= u'0' && format[j] <= u'9') spec.push_back(static_cast<char>(format[j++]));
+        while (j < format.size() && format[j] >= u'0' && format[j] <= u'9') directive.push_back(static_cast<char>(format[j++]));
         if (j < format.size() && format[j] == u'.') {
-            spec.push_back('.');
+            directive.push_back('.');
             ++j;
-            while (j < format.size() && format[j] >= u'0' && format[j] <= u'9') spec.push_back(static_cast<char>(format[j++]));
+            while (j < format.size() && format[j] >= u'0' && format[j] <= u'9') directive.push_back(static_cast<char>(format[j++]));
         }
         while (j < format.size() && (format[j] == u'l' || format[j] == u'h' || format[j] == u'q' || format[j] == u'z')) ++j;
         if (j >= format.size()) {
@@ -96,24 +96,24 @@ std::u16string formatString(std::u16string_view format, std::initializer_list<Fo
         switch (conversion) {
             case 'd':
             case 'i':
-                spec += "lld";
-                std::snprintf(buffer, sizeof buffer, spec.c_str(), asSigned(take()));
+                directive += "lld";
+                std::snprintf(buffer, sizeof buffer, directive.c_str(), asSigned(take()));
                 out.append(widen(buffer));
                 break;
             case 'u':
             case 'x':
             case 'X':
             case 'o':
-                spec += "ll";
-                spec.push_back(conversion);
-                std::snprintf(buffer, sizeof buffer, spec.c_str(), asUnsigned(take()));
+                directive += "ll";
+                directive.push_back(conversion);
+                std::snprintf(buffer, sizeof buffer, directive.c_str(), asUnsigned(take()));
                 out.append(widen(buffer));
                 break;
             case 'f':
             case 'g':
             case 'e':
-                spec.push_back(conversion);
-                std::snprintf(buffer, sizeof buffer, spec.c_str(), asDouble(take()));
+                directive.push_back(conversion);
+                std::snprintf(buffer, sizeof buffer, directive.c_str(), asDouble(take()));
                 out.append(widen(buffer));
                 break;
             case 'p':

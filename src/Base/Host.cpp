@@ -1,5 +1,7 @@
 #include "postwright/Base/Host.hpp"
 
+#include "postwright/Base/AddressBook.hpp"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -72,6 +74,16 @@ std::shared_ptr<AttachmentDirectoryDelegate> Application::attachmentDirectoryDel
 void Application::setAttachmentDirectoryDelegate(std::shared_ptr<AttachmentDirectoryDelegate> delegate) {
     std::lock_guard lock(mutex_);
     attachmentDirectoryDelegate_ = delegate ? std::move(delegate) : std::make_shared<TemporaryAttachmentDirectory>();
+}
+
+std::shared_ptr<AddressBook> Application::addressBook() const {
+    std::lock_guard lock(mutex_);
+    return addressBook_;
+}
+
+void Application::setAddressBook(std::shared_ptr<AddressBook> addressBook) {
+    std::lock_guard lock(mutex_);
+    addressBook_ = std::move(addressBook);
 }
 
 void logForCategory(std::string_view category, std::u16string_view message) {

@@ -12,7 +12,11 @@ namespace postwright {
 std::string toUTF8(std::u16string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
+    size_t ascii = 0;
+    while (ascii < text.size() && text[ascii] < 0x80) ++ascii;
+    out.assign(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(ascii));
+    if (ascii == text.size()) return out;
+    for (size_t i = ascii; i < text.size(); ++i) {
         char32_t c = text[i];
         if (c < 0x80) {
             out.push_back(static_cast<char>(c));

@@ -165,13 +165,25 @@ OptString quotedPrintableStringForPlainTextBody(std::u16string_view text, TextEn
     setSlot(encodingUsed, encoding);
     if (!converted) return std::nullopt;
 
-    const std::string& bytes = *converted;
-    const size_t length = bytes.size();
+    const uint8_t* bytes = reinterpret_cast<const uint8_t*>(converted->data());
+    const size_t length = converted->size();
+    // The output is written into a buffer sized for the worst case and cut to size once: each escape
+    // takes three characters, each LF may gain a CR, and soft breaks come at most once per 72 characters.
     size_t unsafe = 0;
-    for (char c : bytes) unsafe += !kSafe.safe[static_cast<unsigned char>(c)];
-    size_t escapedLength = length + 2 * unsafe;
-    std::u16string out;
-    out.reserve(escapedLength + escapedLength / 24 + 8);
+    size_t lineFeeds = 0;
+    for (size_t k = 0; k < length; ++k) {
+        unsafe += !kSafe.safe[bytes[k]];
+        lineFeeds += bytes[k] == '\n';
+    }
+    const size_t escapedLength = length + 2 * unsafe;
+    std::u16string out(escapedLength + lineFeeds + 3 * (escapedLength / 72 + 1) + 1, u'\0');
+    char16_t* cursor = out.data();
+    auto softBreak = [&cursor] {
+        cursor[0] = u'=';
+        cursor[1] = u'\r';
+        cursor[2] = u'\n';
+        cursor += 3;
+    };
 
     // Lines are cut on the escaped text: "column" is the length of the line so far, and 1 + column the
     // length it would have with a soft break after the next character. An escape is moved to the next
@@ -179,33 +191,37 @@ OptString quotedPrintableStringForPlainTextBody(std::u16string_view text, TextEn
     constexpr size_t kEscapeLimit = kQuotedPrintableLineLength - 3;
     size_t column = 0;
     for (size_t k = 0; k < length; ++k) {
-        uint8_t byte = static_cast<uint8_t>(bytes[k]);
+        uint8_t byte = bytes[k];
         if (byte == '\n' || (byte == '\r' && k + 1 < length && bytes[k + 1] == '\n')) {
             if (byte == '\r') ++k;
-            out.append(u"\r\n");
+            cursor[0] = u'\r';
+            cursor[1] = u'\n';
+            cursor += 2;
             column = 0;
             continue;
         }
         if (kSafe.safe[byte]) {
             if (1 + column >= kQuotedPrintableLineLength) {
-                out.append(u"=\r\n");
+                softBreak();
                 column = 0;
             }
-            out.push_back(byte);
+            *cursor++ = byte;
             ++column;
         } else {
             if (1 + column >= kEscapeLimit) {
-                out.append(u"=\r\n");
+                softBreak();
                 column = 0;
             }
-            out.push_back(u'=');
-            out.push_back(kHexDigits[byte >> 4]);
-            out.push_back(kHexDigits[byte & 0xF]);
+            cursor[0] = u'=';
+            cursor[1] = kHexDigits[byte >> 4];
+            cursor[2] = kHexDigits[byte & 0xF];
+            cursor += 3;
             column += 3;
         }
     }
     // Only the last line's trailing SPACE is protected from being stripped in transport.
-    if (column > 0 && out.back() == u' ') out.push_back(u'=');
+    if (column > 0 && cursor[-1] == u' ') *cursor++ = u'=';
+    out.resize(static_cast<size_t>(cursor - out.data()));
     return out;
 }
 

@@ -1,6 +1,9 @@
 // RFC 2822 lexical tokens (section 3.2): line breaks, folding white space, comments, quoted pairs, atoms,
 // dot-atoms, quoted strings, words, phrases, local parts, domains and message ids, plus the RFC 2045 and
 // RFC 2047 tokens.
+//
+// An error record is built only when the caller gave a slot for it: a record copies the scanner's whole
+// text, and failed attempts are routine, so building unasked-for records would make long text quadratic.
 #include "postwright/Lexical/CharacterSetRFC2822.hpp"
 #include "postwright/Lexical/EmailParserError.hpp"
 #include "postwright/Lexical/Scanner.hpp"
@@ -107,7 +110,7 @@ bool Scanner::scanComment(OptString* result, ErrorRef* error, int depth, bool* t
         }
     }
     if (!closed) {
-        setSlot(error, emailParserError(EmailParserErrorCode::CommentNotClosed, string_));
+        if (error) *error = emailParserError(EmailParserErrorCode::CommentNotClosed, string_);
         location_ = start;
         return false;
     }
@@ -151,7 +154,7 @@ bool Scanner::scanRFC2822DotAtomIntoString(OptString* result, bool allowTrailing
         text += atom;
     }
     if (trailingDot && !allowTrailingDot) {
-        setSlot(error, emailParserError(EmailParserErrorCode::DotAtomNotParsed, string_));
+        if (error) *error = emailParserError(EmailParserErrorCode::DotAtomNotParsed, string_);
         return false;
     }
     scanRFC2822CommentFoldingWhiteSpace();
@@ -187,7 +190,7 @@ bool Scanner::scanRFC2822QuotedStringIntoString(OptString* result, ErrorRef* err
     }
     if (scanRFC2822FoldingWhiteSpaceIntoString(&piece)) text += *piece;
     if (currentCharacter() != u'"') {
-        setSlot(error, emailParserError(EmailParserErrorCode::QuotedStringNotClosed, string_));
+        if (error) *error = emailParserError(EmailParserErrorCode::QuotedStringNotClosed, string_);
         location_ = start;
         return false;
     }
@@ -327,7 +330,7 @@ bool Scanner::scanDomainLiteralIntoString(OptString* result, ErrorRef* error) {
     }
     scanFoldingWhiteSpace();
     if (currentCharacter() != u']') {
-        setSlot(error, emailParserError(EmailParserErrorCode::UnclosedAngularBracket, string_));
+        if (error) *error = emailParserError(EmailParserErrorCode::UnclosedAngularBracket, string_);
         location_ = start;
         return false;
     }

@@ -26,17 +26,6 @@ WordScan scanWord(std::u16string_view input, unsigned options = 0, bool withResu
 }
 }  // namespace
 
-TEST(CharsetNames, ConvertBothWaysInLowerCaseAndRejectUnknownNames) {
-    EXPECT_EQ(PWcharSetNameForEncoding(kISOLatin1StringEncoding), u"iso-8859-1");
-    EXPECT_EQ(PWcharSetNameForEncoding(kWindowsCP1252StringEncoding), u"windows-1252");
-    EXPECT_EQ(PWcharSetNameForEncoding(kNoEncoding), std::nullopt);
-    EXPECT_EQ(PWcharSetNameForEncoding(kInvalidEncoding), std::nullopt);
-    EXPECT_EQ(PWencodingForCharSetName(u"UTF-8"), kUTF8StringEncoding);
-    EXPECT_EQ(PWencodingForCharSetName(u"Latin1"), kISOLatin1StringEncoding);
-    EXPECT_EQ(PWencodingForCharSetName(u"x-no-such-charset"), kInvalidEncoding);
-    EXPECT_EQ(PWencodingForCharSetName(u""), kInvalidEncoding);
-}
-
 TEST(QFormDecoding, UnderscoreIsSpaceEscapesAreStrictAndWideCharactersFail) {
     EXPECT_EQ(dataWithQuotedPrintableEncodedString(u"a_b=3Dc=c3=A9"), Data::withString("a b=c\xC3\xA9"));
     EXPECT_EQ(dataWithQuotedPrintableEncodedString(u""), Data());

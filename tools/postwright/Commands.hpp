@@ -20,6 +20,14 @@ std::string splitHelp();
 int runSplit(const std::vector<std::string>& arguments);
 std::string parseHelp();
 int runParse(const std::vector<std::string>& arguments);
+std::string encodeHelp();
+int runEncode(const std::vector<std::string>& arguments);
+std::string decodeHelp();
+int runDecode(const std::vector<std::string>& arguments);
+std::string headersHelp();
+int runHeaders(const std::vector<std::string>& arguments);
+std::string identifierHelp();
+int runIdentifier(const std::vector<std::string>& arguments);
 std::string htmlHelp();
 int runHtml(const std::vector<std::string>& arguments);
 

@@ -2,7 +2,9 @@
 #include <cstdio>
 
 #include "Commands.hpp"
+#include "MessageJson.hpp"
 #include "ParseKinds.hpp"
+#include "postwright/Base/DateEnvironment.hpp"
 
 namespace postwright::tool {
 
@@ -10,6 +12,9 @@ const std::vector<ParseKind>& parseKinds() {
     static const std::vector<ParseKind> kinds = [] {
         std::vector<ParseKind> list;
         addScannerParseKinds(list);
+        addCodecParseKinds(list);
+        addAddressParseKinds(list);
+        addDateParseKinds(list);
         return list;
     }();
     return kinds;
@@ -18,6 +23,7 @@ const std::vector<ParseKind>& parseKinds() {
 std::string parseHelp() {
     std::string help =
         "Usage: postwright parse KIND TEXT [--options N] [--no-error-slot] [--escapes]\n"
+        "                        [--now DATE] [--tz ZONE] [--locale LOCALE]\n"
         "\n"
         "Runs one scanner operation of KIND over TEXT, starting at location 0, and prints\n"
         "  {\"ok\": bool, \"value\": ..., \"location\": n, \"error\": null or {\"domain\", \"code\",\n"
@@ -29,6 +35,12 @@ std::string parseHelp() {
         "  --options N       the operation's option bits (decimal or 0x hex), where it takes any\n"
         "  --no-error-slot   run without an error slot (some operations behave differently)\n"
         "  --escapes         read \\r \\n \\t \\\\ and \\xHH in TEXT as the characters they name\n"
+        "  --now DATE        the moment date readers take as now: milliseconds since 1970 or ISO 8601\n"
+        "                    (2024-03-05T09:04:00Z); default the system clock\n"
+        "  --tz ZONE         the current time zone (Europe/Berlin, UTC, GMT+01:00); default the system's\n"
+        "  --locale LOCALE   the user's locale for the tolerant date reader (de_DE); default en_US\n"
+        "Addresses print as {displayName, localPart, domain, userAtDomain, valid, invalidRawAddress,\n"
+        "mailSploited, rfc2822, digest}; dates as ISO 8601 UTC with milliseconds.\n"
         "TEXT \"-\" reads the text from standard input (UTF-8).\n"
         "\n"
         "Kinds:\n";
@@ -42,12 +54,15 @@ std::string parseHelp() {
         "Examples:\n"
         "  postwright parse comment '(a (b) c) rest'\n"
         "  postwright parse phrase --options 1 'Joe \"Q.\" Public <jqp@example.com>'\n"
-        "  postwright parse --escapes fws ' \\r\\n x'\n";
+        "  postwright parse --escapes fws ' \\r\\n x'\n"
+        "  postwright parse address-list --options 4 'Ann <ann@example.com>, Team: bo@example.org;'\n"
+        "  postwright parse date 'Tue, 5 Mar 2024 10:04:00 +0100'\n"
+        "  postwright parse date-tolerant --now 2024-06-01 --tz UTC --locale de_DE '4.3.2024'\n";
     return help;
 }
 
 int runParse(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {"options"}, {"no-error-slot", "escapes"});
+    Arguments arguments(argumentList, {"options", "now", "tz", "locale"}, {"no-error-slot", "escapes"});
     if (!arguments.ok()) return usageError("parse", arguments.error());
     const auto& positionals = arguments.positionals();
     if (positionals.size() < 2) return usageError("parse", "expects KIND and TEXT");
@@ -65,6 +80,9 @@ int runParse(const std::vector<std::string>& argumentList) {
         text = input ? input->toString() : std::string();
     }
     if (arguments.flag("escapes")) text = unescapeArgument(text);
+
+    std::optional<DateEnvironment::Override> pinned;
+    if (int status = pinDateEnvironment("parse", arguments, pinned)) return status;
 
     Scanner scanner = Scanner::emailAddressScannerWithString(fromUTF8(text));
     ErrorRef error;

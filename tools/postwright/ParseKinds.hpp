@@ -32,6 +32,9 @@ struct ParseKind {
 // The kinds, in the order the help lists them; each subsystem contributes its own group.
 const std::vector<ParseKind>& parseKinds();
 void addScannerParseKinds(std::vector<ParseKind>& kinds);
+void addCodecParseKinds(std::vector<ParseKind>& kinds);
+void addAddressParseKinds(std::vector<ParseKind>& kinds);
+void addDateParseKinds(std::vector<ParseKind>& kinds);
 
 // A result text slot as JSON (null when nil).
 inline ParseOutcome textOutcome(bool ok, const OptString& text) { return {ok, jsonText(text)}; }

@@ -1,5 +1,8 @@
 #include "ToolSupport.hpp"
 
+#include "postwright/Base/DataScanner.hpp"
+#include "postwright/Headers/PWMessageHeaders.hpp"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -72,6 +75,31 @@ std::optional<Data> readInput(const std::string& path) {
     return data;
 }
 
+Data messageDataOfFile(const Data& file) {
+    if (file.hasPrefix("From ")) {
+        FGDataScanner scanner(file);
+        Data fromLine, message;
+        if (scanner.scanMboxMessage(&fromLine, &message) && !message.empty()) return message;
+        return file;
+    }
+    size_t lineEnd = file.findByte('\n');
+    bool countLine = lineEnd != Data::npos && lineEnd > 0 && lineEnd < 24;
+    for (size_t i = 0; countLine && i < lineEnd; ++i) {
+        uint8_t c = file[i];
+        countLine = (c >= '0' && c <= '9') || c == ' ' || c == '\t' || c == '\r';
+    }
+    if (countLine) {
+        if (std::optional<Data> message = PWMessageHeaders::messageDataFromEmlxData(file)) return *message;
+    }
+    return file;
+}
+
+std::optional<Data> readMessage(const std::string& path) {
+    std::optional<Data> file = readInput(path);
+    if (!file) return std::nullopt;
+    return messageDataOfFile(*file);
+}
+
 int usageError(const std::string& command, const std::string& message) {
     std::fprintf(stderr, "postwright %s: %s (see postwright help %s)\n", command.c_str(), message.c_str(),
                  command.c_str());
@@ -97,6 +125,35 @@ Json jsonError(const ErrorRef& error) {
     for (const auto& [key, text] : error->userInfo) value[key] = toUTF8(text);
     if (error->underlyingError) value["underlyingError"] = jsonError(error->underlyingError);
     return value;
+}
+
+Json jsonParameters(const ParameterDictionary& parameters) {
+    Json object = Json::object();
+    for (const auto& [key, value] : parameters) {
+        if (const auto* text = std::get_if<std::u16string>(&value)) {
+            object[toUTF8(key)] = toUTF8(*text);
+        } else if (const auto* number = std::get_if<long long>(&value)) {
+            object[toUTF8(key)] = *number;
+        } else if (const auto* sections = std::get_if<SectionMap>(&value)) {
+            Json pieces = Json::object();
+            for (const auto& [section, bytes] : *sections) {
+                static const char kHex[] = "0123456789abcdef";
+                std::string hex;
+                for (uint8_t byte : bytes) {
+                    hex.push_back(kHex[byte >> 4]);
+                    hex.push_back(kHex[byte & 0xF]);
+                }
+                pieces[std::to_string(section)] = hex;
+            }
+            object[toUTF8(key)] = pieces;
+        }
+    }
+    return object;
+}
+
+Json jsonCharsetName(TextEncoding encoding) {
+    std::optional<std::u16string> name = charSetNameForEncoding(encoding);
+    return name ? Json(toUTF8(lowercase(*name))) : Json(nullptr);
 }
 
 std::string dumpJSON(const Json& value, int indent) {

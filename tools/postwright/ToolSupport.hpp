@@ -12,6 +12,8 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Lexical/ParameterDictionary.hpp"
 
 namespace postwright::tool {
 
@@ -43,6 +45,11 @@ private:
 // Reads FILE (memory-mapped) or standard input for "-". On failure prints a message and returns nullopt.
 std::optional<Data> readInput(const std::string& path);
 
+// The message in a message file: an mbox file gives its first message, an emlx file its counted bytes,
+// anything else is the message itself. On failure prints a message and returns nullopt.
+std::optional<Data> readMessage(const std::string& path);
+Data messageDataOfFile(const Data& file);
+
 // Prints "postwright COMMAND: message" to stderr and returns the usage-error status 2.
 int usageError(const std::string& command, const std::string& message);
 // Prints "postwright: message" to stderr and returns the failure status 1.
@@ -50,7 +57,14 @@ int inputError(const std::string& message);
 
 Json jsonText(const OptString& text);
 Json jsonText(std::u16string_view text);
+inline Json jsonText(const std::u16string& text) { return jsonText(std::u16string_view(text)); }
+inline Json jsonText(const char16_t* text) { return jsonText(std::u16string_view(text)); }
 Json jsonError(const ErrorRef& error);
+// A Content-Type or Content-Disposition info dictionary as an object in its insertion order: text as
+// strings, integers as numbers, unjoined sections as an object of section number to hex bytes.
+Json jsonParameters(const ParameterDictionary& parameters);
+// The lower-case charset name of an encoding, or null for 0, invalid and unknown numbers.
+Json jsonCharsetName(TextEncoding encoding);
 // Writes the value to stdout, indented, followed by a line break; invalid text is replaced, never fatal.
 void printJSON(const Json& value);
 std::string dumpJSON(const Json& value, int indent = 2);

@@ -18,6 +18,8 @@
 
 namespace postwright {
 
+class AddressBook;
+
 class Logger {
 public:
     virtual ~Logger() = default;
@@ -58,12 +60,17 @@ public:
     std::shared_ptr<AttachmentDirectoryDelegate> attachmentDirectoryDelegate() const;
     void setAttachmentDirectoryDelegate(std::shared_ptr<AttachmentDirectoryDelegate> delegate);
 
+    // The host's contacts (AddressBook.hpp); nullptr, the default, means no access to contacts.
+    std::shared_ptr<AddressBook> addressBook() const;
+    void setAddressBook(std::shared_ptr<AddressBook> addressBook);
+
 private:
     Application();
     mutable std::mutex mutex_;
     std::shared_ptr<Logger> logger_;
     std::shared_ptr<StringTable> strings_;
     std::shared_ptr<AttachmentDirectoryDelegate> attachmentDirectoryDelegate_;
+    std::shared_ptr<AddressBook> addressBook_;
 };
 
 // Logs through the host's logger.

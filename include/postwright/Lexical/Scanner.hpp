@@ -29,6 +29,8 @@ namespace postwright {
 // Deepest comment nesting the scanner follows; a deeper comment ends the scan as unclosed.
 inline constexpr int kMaxCommentNesting = 256;
 
+class ParameterDictionary;  // ParameterDictionary.hpp
+
 class Scanner {
 public:
     explicit Scanner(std::u16string string) : string_(std::move(string)) {}
@@ -163,10 +165,109 @@ public:
     bool scanMimeEncodedWordIntoString(OptString* result, ErrorRef* error);
 
     // ---- Addresses (RFC 2822 section 3.4; AddressGrammar.cpp) -------------------------------------------
+    //
+    // Options are the address option bits of AddressGrammar.hpp. Address lists are vectors: an empty
+    // vector is the nil list. PWEmailAddress and PWEmailAddressGroup (Headers/) are declared by their first
+    // mention below. The forms without options that build phrases up pass 4 (kAddressOptionBuiltUpPhrases).
+    // Only the addr-spec and the angle-addr raise errors of their own; a failed attempt
+    // inside a longer operation that the grammar then recovers from leaves nothing in the caller's slot.
+
+    // addr-spec: local part "@" domain. No local part: fails with no new error (a quoted-string error of
+    // the local part stays). No "@", or no domain after it: code 5, local part slot cleared. Restores.
+    bool scanAddrSpecIntoLocalName(OptString* localName, OptString* domain, ErrorRef* error);
+    // angle-addr: CFWS "<" addr-spec ">" CFWS. On success the error slot is cleared. A missing ">" after a
+    // good addr-spec raises code 4; a failed addr-spec clears the slot (its code 5 is not passed on).
+    bool scanAngularAddrSpecIntoLocalName(OptString* localName, OptString* domain, ErrorRef* error);
+    // The same with a built-up phrase between the angle brackets.
+    bool scanAngularPhraseIntoString(OptString* result, ErrorRef* error);
+    // A display name: a phrase, built up with option bit 4 (the form without options always builds up).
+    bool scanDisplayName(OptString* result, ErrorRef* error) { return scanDisplayName(result, 4, error); }
+    bool scanDisplayName(OptString* result, unsigned options, ErrorRef* error);
+    // name-addr: an optional display name and an angle-addr. The display name comes back trimmed. On
+    // failure the trimmed display name goes into the invalid slot and the location is restored.
+    bool scanNameAddrIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain, OptString* invalid,
+                                     unsigned options, ErrorRef* error);
+    bool scanNameAddrIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain, OptString* invalid,
+                                     ErrorRef* error) {
+        return scanNameAddrIntoDisplayName(displayName, localName, domain, invalid, 1, error);
+    }
+    // One mailbox: name-addr, else addr-spec (display name nil; the invalid slot is cleared), else, with an
+    // invalid slot and not at ";", the invalid fallback: a phrase (the location then stays before the next
+    // comma, or after the phrase when there is none), or the text up to the next comma or the end. The
+    // fallback succeeds whenever it consumes something, so with an invalid slot the read fails only at
+    // ";" or when nothing can be consumed. The error slot receives the successful branch's error (nil, or
+    // code 10 when a domain's dot-atom ended in a dot before a domain literal); the fallback leaves it.
+    bool scanRFC2822EmailAddressIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain,
+                                                OptString* invalid, unsigned options, ErrorRef* error);
+    bool scanRFC2822EmailAddressIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain,
+                                                OptString* invalid, ErrorRef* error) {
+        return scanRFC2822EmailAddressIntoDisplayName(displayName, localName, domain, invalid, 4, error);
+    }
+    bool scanRFC2822EmailAddressIntoDisplayName(OptString* displayName, OptString* localName, OptString* domain,
+                                                ErrorRef* error) {
+        return scanRFC2822EmailAddressIntoDisplayName(displayName, localName, domain, nullptr, 4, error);
+    }
+    // One mailbox as a PWEmailAddress. An invalid fallback gives an invalid address holding the raw source
+    // text read; otherwise encoded words in the display name and local part are decoded and the address is
+    // built with the options (bit 2 then marks it mail-sploited when a decoded word smuggled a NUL or the
+    // decoded display name holds a line break). Fails, with a null address, when no mailbox can be read.
+    bool scanPWEmailAddress(std::shared_ptr<class PWEmailAddress>* address, unsigned options, ErrorRef* error);
+    // The same, always reporting success.
+    bool scanRFC2822EmailAddressIntoPWEMailAddress(std::shared_ptr<PWEmailAddress>* address, unsigned options,
+                                                   ErrorRef* error);
+    // mailbox-list: mailboxes with optional commas between them, stopping before a group name (a phrase
+    // and ":") or where a mailbox cannot be read. Succeeds when the location moved.
+    bool scanRFC2822MailboxList(std::vector<std::shared_ptr<PWEmailAddress>>* list, unsigned options, ErrorRef* error);
+    // A group name: a phrase followed at once by ":", then folding white space.
+    bool scanRFC2822EmailGroupIntoGroupName(OptString* groupName, unsigned options, ErrorRef* error);
+    // A group: name ":" [mailbox-list] [";"] (the ";" is tolerated missing). The list slot is required and
+    // cleared on entry.
+    bool scanRFC2822EmailGroupIntoGroupName(OptString* groupName, std::vector<std::shared_ptr<PWEmailAddress>>* mailboxList,
+                                            unsigned options, ErrorRef* error);
+    // address-list: groups and runs of plain mailboxes, each run an unnamed group, so every address ends up
+    // in a group. Fails at the end of the text, and when an inner operation leaves an error record (then
+    // the location is restored and the list is empty).
+    bool scanRFC2822AddressListIntoPWEmailAddressGroups(std::vector<std::shared_ptr<class PWEmailAddressGroup>>* groups,
+                                                        unsigned options, ErrorRef* error);
+    // Reserved: they always fail and consume nothing.
+    bool scanGroupIntoGroupName(OptString* groupName, std::vector<std::shared_ptr<PWEmailAddress>>* addresses,
+                                ErrorRef* error);
+    bool scanAddrSpecIntoLocalName(OptString* localName, OptString* domain, OptString* invalid, ErrorRef* error);
 
     // ---- Content-Type and Content-Disposition parameters (RFC 2045, 2183, 2231; ContentParameters.cpp) -
 
+    // The value of a Content-Type header, from the location: "type/subtype" and its parameters, with
+    // RFC 2231 continuations, charsets and percent-escapes resolved and encoded words in values decoded.
+    // The keys are described in ContentParameters.hpp. Known major types are matched as prefixes, "x-"
+    // types keep their name, any other major type becomes "application". On success the dictionary goes
+    // into result (continued parameters are joined only when result is given); on failure the location
+    // is restored. The error slot is never written: no failure produces a record.
+    bool scanRFC1341ContentTypeHeaderIntoDictionary(ParameterDictionary* result, ErrorRef* error);
+    // The value of a Content-Disposition header: "inline", "attachment", an "x-" type, or else
+    // "attachment" without consuming anything (an unknown type then fails the parameter list unless the
+    // value ends there). "size" is an integer, the three date parameters are kept as quoted text. A
+    // parameter without a value ends the list successfully. The error slot is cleared on entry and never
+    // written otherwise.
+    bool scanRFC2183ContentDispositionHeaderIntoDictionary(ParameterDictionary* result, ErrorRef* error);
+
     // ---- Dates (RFC 2822 section 3.3; DateFormat.cpp) ----------------------------------------------------
+
+    // The strict RFC 2822 date-time: [day-name ... ","] day month year FWS hh:mm[:ss] [zone]. The date slot
+    // is set to nil on entry and receives the date on success; the location is then after the zone.
+    // Options: 1 accepts a two-digit numeric month ("01"-"12") where the month name is missing; 3 also
+    // reads the first number as the month ("05/03/2024" is 3 May). Two-digit years below 50 are 20xx,
+    // 50-999 get 1900 added (so "100" is 2000). Zone: "+hhmm"/"-hhmm", a US zone name, a military letter
+    // (RFC 822 signs: "A" is one hour behind GMT), else GMT; names match as prefixes, so "CET" reads as
+    // "C". A missing day or year is not checked (the calendar then refuses day 0); an impossible date,
+    // a missing ":" or white space before the time fails. Failure restores the location.
+    bool scanRFC2822DateTimeIntoDate(std::optional<double>* date, unsigned options = 0);
+    // The tolerant reader: guesses dates from free text. First every pattern pair of the user's locale
+    // styles and fixed date and time patterns votes, counting only dates before today; the dates come back
+    // most votes first. When none fits, the day name, zone, time, month, day and year are picked out one by
+    // one; a numeric month that disagrees with the day name also gives the date with day and month
+    // swapped. The dates slot is set to nil on entry. False for empty text or when the pieces lack a day,
+    // month, year, hour or minute; otherwise at least one date (now, when nothing better was found).
+    static bool scanNonConformantDateString(std::u16string_view text, std::optional<std::vector<double>>* dates);
 
 private:
     bool scanComment(OptString* result, ErrorRef* error, int depth, bool* tooDeep);

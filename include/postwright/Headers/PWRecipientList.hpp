@@ -1,0 +1,42 @@
+// PWRecipientList: the To, Cc and Bcc groups of a message, and its distinct recipients.
+//
+//     auto list = PWRecipientList::initWithRecipients(toGroups, ccGroups, bccGroups);
+//     for (const auto& address : list->allRecipientAddresses()) ...   // each valid recipient once
+//
+// A recipient list is immutable.
+#pragma once
+
+#include <memory>
+
+#include "postwright/Headers/PWEmailAddressGroup.hpp"
+
+namespace postwright {
+
+class PWRecipientList {
+    struct Passkey {
+        explicit Passkey() = default;
+    };
+
+public:
+    PWRecipientList(Passkey, PWEmailAddressGroupList to, PWEmailAddressGroupList cc, PWEmailAddressGroupList bcc)
+        : toRecipients_(std::move(to)), ccRecipients_(std::move(cc)), bccRecipients_(std::move(bcc)) {}
+
+    static std::shared_ptr<PWRecipientList> initWithRecipients(PWEmailAddressGroupList toRecipients,
+                                                               PWEmailAddressGroupList ccRecipients,
+                                                               PWEmailAddressGroupList bccRecipients);
+
+    const PWEmailAddressGroupList& toRecipients() const { return toRecipients_; }
+    const PWEmailAddressGroupList& ccRecipients() const { return ccRecipients_; }
+    const PWEmailAddressGroupList& bccRecipients() const { return bccRecipients_; }
+
+    // The valid distinct addresses of To, then those of Cc and of Bcc not already listed (by isEqual), in
+    // that order: an address in both To and Cc is listed once, at its To position.
+    PWEmailAddressList allRecipientAddresses() const;
+
+private:
+    PWEmailAddressGroupList toRecipients_;
+    PWEmailAddressGroupList ccRecipients_;
+    PWEmailAddressGroupList bccRecipients_;
+};
+
+}  // namespace postwright
