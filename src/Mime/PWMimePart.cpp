@@ -219,6 +219,8 @@ void PWMimePart::initialise(PWMessageHeadersRef headers, std::optional<Parameter
     }
 
     std::lock_guard lock(mutex_);
+    // Bytes without any line break (an empty part) take the line end of the part that holds them.
+    sourceLineEnd_ = !partition.delimiter ? '?' : *partition.delimiter == LFData() ? '\n' : 0;
     // A Content-Type name (or an attachment's made-up one) becomes the file name.
     if (name && !name->empty() &&
         (!contentDisposition_ || !contentDisposition_->contains(kContentDispositionKeyFilename))) {
@@ -289,23 +291,26 @@ PWMessageHeadersRef PWMimePart::headers() const {
 
     // Bring the MIME fields in line with the part's fields. A field is written only when it says something
     // else, so that the fields of an unchanged part keep their received text; these writes are the part's
-    // own bookkeeping and do not mark it mutated.
+    // own bookkeeping and do not mark it mutated. The values are given unfolded (the writer folds a
+    // mutable field itself, and would encode a value holding line breaks).
     ++synchronisingHeaders_;
     OptString currentEncoding = target->firstHeaderForKey(kMimeHeaderContentTransferEncoding, false);
     if (!transferEncoding) {
         if (currentEncoding) target->removeHeaderForKey(kMimeHeaderContentTransferEncoding);
     } else if (!currentEncoding || lowercase(fgTrim(*currentEncoding)) != *transferEncoding) {
-        target->setHeader(transferEncoding, kMimeHeaderContentTransferEncoding);
+        target->setHeader(removeCharacters(*transferEncoding, u"\r\n"), kMimeHeaderContentTransferEncoding);
     }
     OptString currentDisposition = target->firstHeaderForKey(kMimeHeaderContentDisposition, false);
     if (!disposition) {
         if (currentDisposition) target->removeHeaderForKey(kMimeHeaderContentDisposition);
     } else if (contentDispositionDictionaryFromHeader(currentDisposition) != disposition) {
-        target->setHeader(detail::contentDispositionFieldValue(*disposition), kMimeHeaderContentDisposition);
+        target->setHeader(removeCharacters(detail::contentDispositionFieldValue(*disposition), u"\r\n"),
+                          kMimeHeaderContentDisposition);
     }
     OptString currentType = target->firstHeaderForKey(kMimeHeaderContentType, false);
     if (!contentType.empty() && contentTypeDictionaryFromHeader(currentType) != contentType) {
-        target->setHeader(detail::contentTypeFieldValue(contentType), kMimeHeaderContentType);
+        target->setHeader(removeCharacters(detail::contentTypeFieldValue(contentType), u"\r\n"),
+                          kMimeHeaderContentType);
     }
     --synchronisingHeaders_;
     return target;

@@ -1,10 +1,17 @@
 // The serialised form of a MIME part: the header block and the whole entity, given back untouched for an
-// unchanged part and rebuilt (headers folded afresh, children between RFC 2046 boundaries, CR LF line ends)
-// for a changed one. Rebuilt bytes are regions of a ChainedData: a child's bytes, and the body of a leaf,
-// are views of the buffers they already live in, and nothing is copied until a caller asks for one
-// contiguous buffer.
+// unchanged part and rebuilt (headers folded afresh, children between RFC 2046 boundaries) for a changed
+// one. Rebuilt bytes are regions of a ChainedData: a child's bytes, and the body of a leaf, are views of the
+// buffers they already live in, and nothing is copied until a caller asks for one contiguous buffer.
+//
+// Line ends. A new part is written with CR LF. A part parsed from bytes stored with bare LF line ends is
+// rebuilt with LF line ends, like the children it keeps as they were received: the multipart scanner
+// splits a body with the line delimiter of the entity that holds it, so a container rebuilt with CR LF
+// around children kept with LF would not find them again, and rewriting the children's line ends would
+// copy them and change how their header blocks read (a field name may run across a bare LF).
 #include "Mime/detail/MimeHeaderFields.hpp"
+#include "postwright/Base/Digest.hpp"
 #include "postwright/Base/Format.hpp"
+#include "postwright/Headers/PWMessageHeaderEntry.hpp"
 #include "postwright/Lexical/DataRFC2822.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
@@ -16,10 +23,26 @@ constexpr unsigned kMutatedFlag = 2;
 
 bool beginsWithCRLF(const Data& data) { return data.hasPrefix("\r\n"); }
 
-Data stripCRLFPairs(Data data, bool leading, bool trailing) {
-    while (leading && data.hasPrefix("\r\n")) data = data.subdataFromLocation(2);
-    while (trailing && data.length() >= 2 && data[data.length() - 2] == '\r' && data[data.length() - 1] == '\n') {
-        data = data.subdata(0, data.length() - 2);
+// Drops CR LF pairs, and for an LF-stored part bare LFs as well, from the chosen ends of the bytes.
+Data stripLineEnds(Data data, bool lineFeeds, bool leading, bool trailing) {
+    while (leading) {
+        if (data.hasPrefix("\r\n")) {
+            data = data.subdataFromLocation(2);
+        } else if (lineFeeds && data.hasPrefix("\n")) {
+            data = data.subdataFromLocation(1);
+        } else {
+            break;
+        }
+    }
+    while (trailing) {
+        std::string_view bytes = data.view();
+        if (bytes.size() >= 2 && bytes.substr(bytes.size() - 2) == "\r\n") {
+            data = data.subdata(0, bytes.size() - 2);
+        } else if (lineFeeds && !bytes.empty() && bytes.back() == '\n') {
+            data = data.subdata(0, bytes.size() - 1);
+        } else {
+            break;
+        }
     }
     return data;
 }
@@ -36,15 +59,22 @@ std::string chainPrefix(const ChainedData& chain, size_t count) {
 
 bool chainBeginsWithCRLF(const ChainedData& chain) { return chainPrefix(chain, 2) == "\r\n"; }
 
-// Drops CR LF pairs from the start of a chain; the remaining regions are still views of the same bytes.
-ChainedData stripLeadingCRLFPairs(const ChainedData& chain) {
-    if (!chainBeginsWithCRLF(chain)) return chain;
+// Drops CR LF pairs from the start of a chain, and for an LF-stored part bare LFs as well; the remaining
+// regions are still views of the same bytes.
+ChainedData stripLeadingLineEnds(const ChainedData& chain, bool lineFeeds) {
     size_t drop = 0;
     while (true) {
         std::string prefix = chainPrefix(chain, drop + 2);
-        if (prefix.size() < drop + 2 || prefix.compare(drop, 2, "\r\n") != 0) break;
-        drop += 2;
+        std::string_view rest = std::string_view(prefix).substr(std::min(drop, prefix.size()));
+        if (rest.substr(0, 2) == "\r\n") {
+            drop += 2;
+        } else if (lineFeeds && rest.substr(0, 1) == "\n") {
+            drop += 1;
+        } else {
+            break;
+        }
     }
+    if (drop == 0) return chain;
     ChainedData rest;
     for (const Data& region : chain.regions()) {
         if (drop >= region.length()) {
@@ -85,8 +115,38 @@ bool sameRegions(const ChainedData& a, const ChainedData& b) {
     return true;
 }
 
-Data asciiData(const std::u16string& text) { return Data::adopting(toUTF8(text)); }
+// True when a line of the bytes begins with "--" and the boundary: written with that boundary, the
+// bytes would end their part early (RFC 2046 section 5.1.1 forbids the delimiter inside a part).
+bool boundaryOccursIn(const ChainedData& chain, const std::string& dashBoundary) {
+    uint8_t previous = '\n';
+    for (const Data& region : chain.regions()) {
+        for (size_t at = region.find(dashBoundary); at != Data::npos; at = region.find(dashBoundary, at + 1)) {
+            uint8_t before = at == 0 ? previous : region[at - 1];
+            if (before == '\n' || before == '\r') return true;
+        }
+        if (!region.empty()) previous = region[region.length() - 1];
+    }
+    return false;
+}
+
+Data utf8Data(const std::u16string& text) { return Data::adopting(toUTF8(text)); }
 }  // namespace
+
+bool PWMimePart::rebuildsWithLineFeeds() const {
+    const PWMimePart* part = this;
+    PWMimePartRef holder;
+    while (part) {
+        PWMimePartRef parent;
+        {
+            std::lock_guard lock(part->mutex_);
+            if (part->sourceLineEnd_ != '?') return part->sourceLineEnd_ == '\n';
+            parent = part->parent_.lock();
+        }
+        holder = std::move(parent);
+        part = holder.get();
+    }
+    return false;
+}
 
 Data PWMimePart::headerData() const {
     PWMessageHeadersRef headers;
@@ -94,6 +154,7 @@ Data PWMimePart::headerData() const {
     ParameterDictionary contentType;
     std::optional<ParameterDictionary> disposition;
     OptString transferEncoding, contentId;
+    bool lineFeeds;
     uint64_t generation;
     {
         std::lock_guard lock(mutex_);
@@ -108,27 +169,30 @@ Data PWMimePart::headerData() const {
         contentId = contentId_;
         generation = generation_;
     }
+    lineFeeds = rebuildsWithLineFeeds();
+    const std::u16string lineEnd = lineFeeds ? u"\n" : u"\r\n";
 
-    std::shared_ptr<PWMutableMessageHeaders> copy;
+    // Content-Type and Content-Disposition are written with one parameter per continuation line, as they
+    // are built; the other two fields are ordinary values the header writer folds.
+    HeaderEntryDictionary dictionary;
     if (headers) {
-        copy = headers->mutableCopy();
+        dictionary = headers->headerEntryDictionary();
     } else if (auto parsed = PWMessageHeaders::headersFromData(headerSubdata(source).value_or(Data()))) {
-        copy = parsed->mutableCopy();
-    } else {
-        copy = PWMutableMessageHeaders::init();
+        dictionary = parsed->headerEntryDictionary();
     }
+    detail::setFieldWrittenAsIs(
+        dictionary, kMimeHeaderContentDisposition,
+        disposition ? OptString(detail::contentDispositionFieldValue(*disposition, lineEnd)) : std::nullopt);
+    OptString typeField = detail::nonEmptyText(detail::contentTypeFieldValue(contentType, lineEnd));
+    if (typeField) detail::setFieldWrittenAsIs(dictionary, kMimeHeaderContentType, typeField);
+    auto copy = PWMutableMessageHeaders::initWithHeaderEntryDictionary(std::move(dictionary));
     copy->setHeader(transferEncoding, kMimeHeaderContentTransferEncoding);
-    if (disposition) {
-        copy->setHeader(detail::contentDispositionFieldValue(*disposition), kMimeHeaderContentDisposition);
-    } else {
-        copy->removeHeaderForKey(kMimeHeaderContentDisposition);
-    }
-    copy->setHeader(detail::contentTypeFieldValue(contentType), kMimeHeaderContentType);
     // RFC 2045 section 7: the identifier is written in angle brackets; the part keeps it without them.
     if (contentId) copy->setHeader(u"<" + *contentId + u">", kMimeHeaderContentID);
 
-    std::u16string text = fgTrim(copy->foldedHeaderStringWithOptions(kFoldTabContinuation));
-    Data header = stripCRLFPairs(asciiData(text), true, true);
+    unsigned options = kFoldTabContinuation | (lineFeeds ? unsigned(kFoldLineFeedOnly) : 0u);
+    std::u16string text = fgTrim(copy->foldedHeaderStringWithOptions(options));
+    Data header = stripLineEnds(utf8Data(text), lineFeeds, true, true);
 
     std::lock_guard lock(mutex_);
     if (generation_ == generation) derivedHeaderData_ = header;
@@ -139,6 +203,7 @@ ChainedData PWMimePart::mimeData() const {
     std::vector<PWMimePartRef> children;
     Data content;
     OptString boundary;
+    bool lineFeeds;
     uint64_t generation;
     {
         std::lock_guard lock(mutex_);
@@ -150,42 +215,69 @@ ChainedData PWMimePart::mimeData() const {
         boundary = contentType_.text(u"boundary");
         generation = generation_;
     }
+    lineFeeds = rebuildsWithLineFeeds();
+    const std::string lineEnd = lineFeeds ? "\n" : "\r\n";
+    const Data lineEndData = lineFeeds ? LFData() : CRLFData();
 
     // The children are asked without this part's lock: locks are only ever taken child before parent.
-    Data header = stripCRLFPairs(headerData(), true, true);
+    std::vector<ChainedData> childBytes;
+    childBytes.reserve(children.size());
+    for (const PWMimePartRef& child : children) {
+        ChainedData bytes = stripLeadingLineEnds(child->mimeData(), lineFeeds);
+        if (bytes.length() >= 3 && chainBeginsWithCRLF(bytes)) {
+            throw ProgrammingError(toUTF8(formatString(u"partData %@ has invalid CRLF head", {describeBytes(bytes)})),
+                                   "PWMimePart");
+        }
+        childBytes.push_back(std::move(bytes));
+    }
+    // A boundary that occurs in a child cannot hold the children apart: the part takes a fresh one. Parsed
+    // parts can hold one, when the lines of a damaged body were read as a part's text.
+    if (!children.empty()) {
+        std::string dashBoundary = "--" + toUTF8(boundary.value_or(u""));
+        bool collides = !boundary || boundary->empty();
+        for (size_t i = 0; i < childBytes.size() && !collides; ++i) {
+            collides = boundaryOccursIn(childBytes[i], dashBoundary);
+        }
+        if (collides) {
+            boundary = formatString(kMimeMultipartBoundaryFormatString, {uuidString()});
+            std::lock_guard lock(mutex_);
+            if (generation_ != generation) return mimeData();
+            // Writing a part does not change it, but the boundary it is written with is one of its fields.
+            const_cast<PWMimePart*>(this)->contentType_.set(u"boundary", *boundary);
+            derivedHeaderData_.reset();
+        }
+    }
+
+    Data header = stripLineEnds(headerData(), lineFeeds, true, true);
     if (header.length() >= 3 && beginsWithCRLF(header)) {
         throw ProgrammingError("header data has invalid CRLF head", "PWMimePart");
     }
     ChainedData entity;
     entity.append(header);
-    entity.append(CRLFCRLFData());
+    entity.append(lineFeeds ? LFLFData() : CRLFCRLFData());
     if (children.empty()) {
-        if (!content.empty()) entity.append(content);
+        entity.append(content);
     } else {
-        Data first = asciiData(formatString(u"--%@\r\n", {boundary}));
-        Data next = asciiData(formatString(u"\r\n--%@\r\n", {boundary}));
+        const std::string dashBoundary = "--" + toUTF8(*boundary);
+        Data first = Data::adopting(dashBoundary + lineEnd);
+        Data next = Data::adopting(lineEnd + dashBoundary + lineEnd);
         ChainedData body;
         bool wroteChild = false;
-        for (const PWMimePartRef& child : children) {
-            ChainedData part = stripLeadingCRLFPairs(child->mimeData());
-            if (part.length() >= 3 && chainBeginsWithCRLF(part)) {
-                throw ProgrammingError(toUTF8(formatString(u"partData %@ has invalid CRLF head", {describeBytes(part)})),
-                                       "PWMimePart");
-            }
+        for (const ChainedData& part : childBytes) {
             if (part.empty()) continue;
             body.append(wroteChild ? next : first);
             body.append(part);
             wroteChild = true;
         }
-        if (wroteChild) body.append(asciiData(formatString(u"\r\n--%@--", {boundary})));
+        if (wroteChild) body.append(Data::adopting(lineEnd + dashBoundary + "--"));
         // Text kept in front of the first boundary comes first, separated by one line break.
         if (!content.empty()) {
             entity.append(content);
-            if (wroteChild) entity.append(CRLFData());
+            if (wroteChild) entity.append(lineEndData);
         }
         entity.append(body);
     }
-    entity = stripLeadingCRLFPairs(entity);
+    entity = stripLeadingLineEnds(entity, lineFeeds);
     if (entity.length() >= 3 && chainBeginsWithCRLF(entity)) {
         throw ProgrammingError("final mime data has invalid CRLF head", "PWMimePart");
     }

@@ -359,6 +359,12 @@ private:
     std::weak_ptr<PWMimePart> parent_;
     bool contentIsBase64encoded_ = false;
     unsigned mutabilityFlags_ = 0;  // bit 0: mutable; bit 1: mutated
+    // '\n' when the part was parsed from bytes stored with bare LF line ends (it is then rebuilt with LF
+    // line ends, like the children it keeps as received); 0 for CR LF, and for a part without source; '?'
+    // for source bytes without any line break, which are rebuilt with the line ends of their container.
+    char sourceLineEnd_ = 0;
+    // Whether the part is rebuilt with LF line ends (its own source's, else its nearest ancestor's).
+    bool rebuildsWithLineFeeds() const;
 };
 
 }  // namespace postwright
