@@ -21,7 +21,9 @@ const PWMimeClass& PWMessageGlobalHeadersMimePart::mimeClass() {
 OptString PWMessageHeaderBlockMimePart::plainContent() const {
     Data body = transferDecodedData();
     if (body.empty()) return std::nullopt;
-    return decodeTextBody(body, stringEncoding());
+    OptString text = decodeTextBody(body, stringEncoding());
+    if (!text) return std::nullopt;
+    return fgTrim(*text);
 }
 
 std::u16string PWMessageHeaderBlockMimePart::htmlFragmentForContext(int, unsigned, std::vector<PWMimePartRef>*) const {

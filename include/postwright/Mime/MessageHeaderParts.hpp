@@ -13,7 +13,7 @@ namespace postwright {
 class PWMessageHeaderBlockMimePart : public PWMimePart {
 public:
     // The body with its transfer encoding undone, read with the part's encoding (detected when the bytes
-    // are not valid in it).
+    // are not valid in it), trimmed.
     OptString plainContent() const override;
     std::u16string htmlFragmentForContext(int context, unsigned options,
                                           std::vector<PWMimePartRef>* relatedAttachments) const override;
