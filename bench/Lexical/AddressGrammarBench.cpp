@@ -62,4 +62,8 @@ void runHeaderValue(benchmark::State& state) {
 
 BENCHMARK(runAddressList)->Name("BM_AddressList")->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
 BENCHMARK(runBrokenAddressList)->Name("BM_BrokenAddressList")->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
-BENCHMARK(runHeaderValue)->Name("BM_EmailAddressesFromHeaderValue")->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(runHeaderValue)
+    ->Name("BM_EmailAddressesFromHeaderValue")
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Unit(benchmark::kMillisecond);

@@ -37,7 +37,9 @@ OptString sanitise(const OptString& part) {
     return out;
 }
 
-bool isNonEmpty(const OptString& text) { return text && !text->empty(); }
+bool isNonEmpty(const OptString& text) {
+    return text && !text->empty();
+}
 
 const Regex& domainPattern() {
     static const Regex pattern(u"^(?:[A-Za-z0-9-]+\\.)+[A-Za-z]{2,}$", Regex::CaseInsensitive);
@@ -202,9 +204,8 @@ std::shared_ptr<PWEmailAddress> PWEmailAddress::initWithContact(const std::share
             break;
         }
     }
-    logMessage(formatString(u"👤 Contact email %@: %@",
-                            {chosen ? OptString(chosen->identifier) : identifier,
-                             chosen ? OptString(chosen->value) : std::nullopt}));
+    logMessage(formatString(u"👤 Contact email %@: %@", {chosen ? OptString(chosen->identifier) : identifier,
+                                                        chosen ? OptString(chosen->value) : std::nullopt}));
     if (!chosen) {
         logMessage(formatString(u"[INIT 👤] Found no valid addresses for contact: %@", {contact->identifier}));
         return nullptr;
@@ -342,11 +343,14 @@ OptString PWEmailAddress::digest() const {
     return shortSHAHashString(*text);
 }
 
-bool PWEmailAddress::valid() const { return !isNonEmpty(invalidRawAddress_) && isNonEmpty(userAtDomain()); }
+bool PWEmailAddress::valid() const {
+    return !isNonEmpty(invalidRawAddress_) && isNonEmpty(userAtDomain());
+}
 
 std::u16string PWEmailAddress::description() const {
     if (!valid()) {
-        return formatString(u"<%@: %p> (INVALID) %@", {className(), static_cast<const void*>(this), invalidRawAddress_});
+        return formatString(u"<%@: %p> (INVALID) %@",
+                            {className(), static_cast<const void*>(this), invalidRawAddress_});
     }
     std::shared_ptr<const Contact> linked = contact();
     std::u16string contactPart = linked ? formatString(u" ContactID:%@", {linked->identifier}) : std::u16string();
@@ -513,7 +517,9 @@ std::vector<std::string> PWEmailAddress::readableTypesForPasteboard() {
     return {ORWPasteboardTypeEmailAddress, kPasteboardTypePlainString};
 }
 
-std::vector<std::string> PWEmailAddress::writableTypesForPasteboard() { return readableTypesForPasteboard(); }
+std::vector<std::string> PWEmailAddress::writableTypesForPasteboard() {
+    return readableTypesForPasteboard();
+}
 
 PasteboardReadingOptions PWEmailAddress::readingOptionsForType(std::string_view type) {
     return type == ORWPasteboardTypeEmailAddress ? PasteboardReadingOptions::AsPropertyList

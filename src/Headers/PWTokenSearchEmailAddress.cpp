@@ -29,21 +29,26 @@ void writeWeight(double Weights::*field, double value) {
     weights().*field = value;
 }
 
-bool isNonEmpty(const OptString& text) { return text && !text->empty(); }
+bool isNonEmpty(const OptString& text) {
+    return text && !text->empty();
+}
 
 bool isWordCharacter(char16_t c) {
     return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c > 0x7F;
 }
 }  // namespace
 
-std::shared_ptr<PWTokenSearchEmailAddress> PWTokenSearchEmailAddress::initWithAddressComment(
-    const OptString& comment, const OptString& userName, const OptString& domain, unsigned options) {
+std::shared_ptr<PWTokenSearchEmailAddress> PWTokenSearchEmailAddress::initWithAddressComment(const OptString& comment,
+                                                                                             const OptString& userName,
+                                                                                             const OptString& domain,
+                                                                                             unsigned options) {
     auto address = std::make_shared<PWTokenSearchEmailAddress>(Passkey());
     address->initialise(comment, userName, domain, options);
     return address;
 }
 
-std::shared_ptr<PWTokenSearchEmailAddress> PWTokenSearchEmailAddress::initWithEmailAddress(const PWEmailAddress& other) {
+std::shared_ptr<PWTokenSearchEmailAddress> PWTokenSearchEmailAddress::initWithEmailAddress(
+    const PWEmailAddress& other) {
     auto address = std::make_shared<PWTokenSearchEmailAddress>(Passkey());
     address->copyFrom(other);
     return address;
@@ -99,14 +104,30 @@ void PWTokenSearchEmailAddress::setAddressIds(std::vector<int64_t> addressIds) {
     addressIds_ = std::move(addressIds);
 }
 
-double PWTokenSearchEmailAddress::typeWeight() { return readWeight(&Weights::type); }
-void PWTokenSearchEmailAddress::setTypeWeight(double weight) { writeWeight(&Weights::type, weight); }
-double PWTokenSearchEmailAddress::addressWeight() { return readWeight(&Weights::address); }
-void PWTokenSearchEmailAddress::setAddressWeight(double weight) { writeWeight(&Weights::address, weight); }
-double PWTokenSearchEmailAddress::ageWeight() { return readWeight(&Weights::age); }
-void PWTokenSearchEmailAddress::setAgeWeight(double weight) { writeWeight(&Weights::age, weight); }
-double PWTokenSearchEmailAddress::countWeight() { return readWeight(&Weights::count); }
-void PWTokenSearchEmailAddress::setCountWeight(double weight) { writeWeight(&Weights::count, weight); }
+double PWTokenSearchEmailAddress::typeWeight() {
+    return readWeight(&Weights::type);
+}
+void PWTokenSearchEmailAddress::setTypeWeight(double weight) {
+    writeWeight(&Weights::type, weight);
+}
+double PWTokenSearchEmailAddress::addressWeight() {
+    return readWeight(&Weights::address);
+}
+void PWTokenSearchEmailAddress::setAddressWeight(double weight) {
+    writeWeight(&Weights::address, weight);
+}
+double PWTokenSearchEmailAddress::ageWeight() {
+    return readWeight(&Weights::age);
+}
+void PWTokenSearchEmailAddress::setAgeWeight(double weight) {
+    writeWeight(&Weights::age, weight);
+}
+double PWTokenSearchEmailAddress::countWeight() {
+    return readWeight(&Weights::count);
+}
+void PWTokenSearchEmailAddress::setCountWeight(double weight) {
+    writeWeight(&Weights::count, weight);
+}
 
 double PWTokenSearchEmailAddress::weightedScore() const {
     std::lock_guard lock(scoresMutex_);

@@ -27,7 +27,9 @@ bool withLexicalSlot(GrammarError* error, Operation operation) {
     return ok;
 }
 
-unsigned phraseOptions(unsigned addressOptions) { return (addressOptions & kAddressOptionBuiltUpPhrases) ? 1u : 0u; }
+unsigned phraseOptions(unsigned addressOptions) {
+    return (addressOptions & kAddressOptionBuiltUpPhrases) ? 1u : 0u;
+}
 
 // The domain of an addr-spec, as Scanner::scanDomainIntoString reads it, but without building the
 // dot-atom's error record: a dot-atom refused for its trailing dot is the only failure that leaves the
@@ -94,8 +96,8 @@ bool scanBetweenAngleBrackets(Scanner& scanner, GrammarError* error, Inner inner
 bool scanAngleAddr(Scanner& scanner, OptString* localName, OptString* domain, GrammarError* error) {
     OptString local, domainText;
     // Whatever the inner addr-spec leaves in its slot is cleared or replaced here, so it gets none.
-    bool ok = scanBetweenAngleBrackets(scanner, error,
-                                       [&] { return scanAddrSpec(scanner, &local, &domainText, nullptr); });
+    bool ok =
+        scanBetweenAngleBrackets(scanner, error, [&] { return scanAddrSpec(scanner, &local, &domainText, nullptr); });
     if (ok) {
         setSlot(localName, std::move(local));
         setSlot(domain, std::move(domainText));
@@ -109,8 +111,8 @@ bool scanDisplayName(Scanner& scanner, OptString* result, unsigned options, Gram
     });
 }
 
-bool scanNameAddr(Scanner& scanner, OptString* displayName, OptString* localName, OptString* domain,
-                  OptString* invalid, unsigned options, GrammarError* error) {
+bool scanNameAddr(Scanner& scanner, OptString* displayName, OptString* localName, OptString* domain, OptString* invalid,
+                  unsigned options, GrammarError* error) {
     size_t start = scanner.scanLocation();
     OptString name;
     scanDisplayName(scanner, &name, options, error);
@@ -177,7 +179,8 @@ bool scanEmailAddress(Scanner& scanner, std::shared_ptr<PWEmailAddress>* address
         if (localName) decodedLocal = decodedMimeEncodedString(*localName, &localSploited);
         result = PWEmailAddress::initWithAddressComment(decodedName, decodedLocal, domain, options);
         if (options & kAddressOptionDetectMailSploits) {
-            result->setIsMailSploited(nameSploited || localSploited || (decodedName && containsLineBreak(*decodedName)));
+            result->setIsMailSploited(nameSploited || localSploited ||
+                                      (decodedName && containsLineBreak(*decodedName)));
         }
     }
     setSlot(address, std::move(result));
@@ -324,8 +327,8 @@ bool Scanner::scanAngularAddrSpecIntoLocalName(OptString* localName, OptString* 
 bool Scanner::scanAngularPhraseIntoString(OptString* result, ErrorRef* error) {
     return reportingInto(error, string_, [&](GrammarError* e) {
         OptString phrase;
-        bool ok = detail::scanBetweenAngleBrackets(
-            *this, e, [&] { return scanRFC2822PhraseIntoString(&phrase, 1, nullptr); });
+        bool ok = detail::scanBetweenAngleBrackets(*this, e,
+                                                   [&] { return scanRFC2822PhraseIntoString(&phrase, 1, nullptr); });
         if (ok) setSlot(result, std::move(phrase));
         return ok;
     });
@@ -373,9 +376,8 @@ bool Scanner::scanRFC2822EmailGroupIntoGroupName(OptString* groupName, unsigned 
 
 bool Scanner::scanRFC2822EmailGroupIntoGroupName(OptString* groupName, PWEmailAddressList* mailboxList,
                                                  unsigned options, ErrorRef* error) {
-    return reportingInto(error, string_, [&](GrammarError* e) {
-        return detail::scanGroup(*this, groupName, mailboxList, options, e);
-    });
+    return reportingInto(error, string_,
+                         [&](GrammarError* e) { return detail::scanGroup(*this, groupName, mailboxList, options, e); });
 }
 
 bool Scanner::scanRFC2822AddressListIntoPWEmailAddressGroups(std::vector<std::shared_ptr<PWEmailAddressGroup>>* groups,
@@ -387,8 +389,12 @@ bool Scanner::scanRFC2822AddressListIntoPWEmailAddressGroups(std::vector<std::sh
     return ok;
 }
 
-bool Scanner::scanGroupIntoGroupName(OptString*, PWEmailAddressList*, ErrorRef*) { return false; }
+bool Scanner::scanGroupIntoGroupName(OptString*, PWEmailAddressList*, ErrorRef*) {
+    return false;
+}
 
-bool Scanner::scanAddrSpecIntoLocalName(OptString*, OptString*, OptString*, ErrorRef*) { return false; }
+bool Scanner::scanAddrSpecIntoLocalName(OptString*, OptString*, OptString*, ErrorRef*) {
+    return false;
+}
 
 }  // namespace postwright

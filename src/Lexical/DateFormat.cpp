@@ -39,11 +39,16 @@ icu::TimeZone* newTimeZone(const std::string& identifier) {
 
 icu::DateFormat::EStyle icuStyle(DateFormatterStyle style) {
     switch (style) {
-        case DateFormatterStyle::Short: return icu::DateFormat::kShort;
-        case DateFormatterStyle::Medium: return icu::DateFormat::kMedium;
-        case DateFormatterStyle::Long: return icu::DateFormat::kLong;
-        case DateFormatterStyle::Full: return icu::DateFormat::kFull;
-        case DateFormatterStyle::None: break;
+        case DateFormatterStyle::Short:
+            return icu::DateFormat::kShort;
+        case DateFormatterStyle::Medium:
+            return icu::DateFormat::kMedium;
+        case DateFormatterStyle::Long:
+            return icu::DateFormat::kLong;
+        case DateFormatterStyle::Full:
+            return icu::DateFormat::kFull;
+        case DateFormatterStyle::None:
+            break;
     }
     return icu::DateFormat::kNone;
 }
@@ -84,12 +89,12 @@ DateFormatter::DateFormatter(const std::string& localeIdentifier, std::u16string
     : implementation_(std::make_unique<Implementation>()) {
     implementation_->locale = icu::Locale::createFromName(localeIdentifier.c_str());
     UErrorCode status = U_ZERO_ERROR;
-    implementation_->format = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(alias(pattern)),
-                                                                      implementation_->locale, status);
+    implementation_->format =
+        std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(alias(pattern)), implementation_->locale, status);
     if (U_FAILURE(status)) {
         status = U_ZERO_ERROR;
-        implementation_->format = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(), implementation_->locale,
-                                                                          status);
+        implementation_->format =
+            std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(), implementation_->locale, status);
     }
     // Parsing is strict about field values (no "32 Mar"), as pattern readers of dates are by default.
     implementation_->format->setLenient(false);
@@ -116,7 +121,9 @@ std::u16string DateFormatter::pattern() const {
     return fromICU(pattern);
 }
 
-void DateFormatter::setPattern(std::u16string_view pattern) { implementation_->format->applyPattern(alias(pattern)); }
+void DateFormatter::setPattern(std::u16string_view pattern) {
+    implementation_->format->applyPattern(alias(pattern));
+}
 
 void DateFormatter::setStyles(DateFormatterStyle dateStyle, DateFormatterStyle timeStyle) {
     std::string localeName = implementation_->locale.getName();
@@ -218,9 +225,13 @@ DateFormatter& RFC2822GMTdateFormatter() {
     });
 }
 
-std::u16string rfc2822Date(double date) { return RFC2822dateFormatter().stringFromDate(date); }
+std::u16string rfc2822Date(double date) {
+    return RFC2822dateFormatter().stringFromDate(date);
+}
 
-std::u16string mboxDateString(double date) { return mboxDateFormatter().stringFromDate(date); }
+std::u16string mboxDateString(double date) {
+    return mboxDateFormatter().stringFromDate(date);
+}
 
 std::u16string rfc3501AppendDateTime(double date) {
     DateFormatter formatter("en_US", u"dd-MMM-yyyy HH:mm:ss ZZZ", std::string("GMT"));
@@ -267,7 +278,9 @@ const NamedZone* scanZoneName(Scanner& scanner) {
     return nullptr;
 }
 
-bool fitsInt(long value) { return value >= INT32_MIN && value <= INT32_MAX; }
+bool fitsInt(long value) {
+    return value >= INT32_MIN && value <= INT32_MAX;
+}
 
 // The instant of a civil date-time at a fixed offset east of GMT, in the Gregorian calendar; nullopt for an
 // impossible combination (day 0, 30 February, hour 24, ...). The calendar is kept per thread.
@@ -387,10 +400,9 @@ std::optional<double> dateFromRFC822String(const OptString& text) {
 
 std::optional<double> olddateFromRFC822String(const OptString& text) {
     static constexpr const char16_t* kPatterns[] = {
-        u"d MMM yyyy HH:mm:ss ZZZ", u"d MMM yyyy HH:mm:ss zzz", u"d MMM yyyy HH:mm ZZZ", u"d MMM yyyy HH:mm zzz",
-        u"d MMM yyyy HH:mm:ss",     u"d MMM yyyy HH:mm",        u"d-MMM-yyyy HH:mm:ss ZZZ",
-        u"d-MMM-yyyy HH:mm:ss zzz", u"d-MMM-yyyy HH:mm ZZZ",    u"d-MMM-yyyy HH:mm zzz",
-        u"d-MMM-yyyy HH:mm:ss",     u"d-MMM-yyyy HH:mm"};
+        u"d MMM yyyy HH:mm:ss ZZZ", u"d MMM yyyy HH:mm:ss zzz", u"d MMM yyyy HH:mm ZZZ",    u"d MMM yyyy HH:mm zzz",
+        u"d MMM yyyy HH:mm:ss",     u"d MMM yyyy HH:mm",        u"d-MMM-yyyy HH:mm:ss ZZZ", u"d-MMM-yyyy HH:mm:ss zzz",
+        u"d-MMM-yyyy HH:mm ZZZ",    u"d-MMM-yyyy HH:mm zzz",    u"d-MMM-yyyy HH:mm:ss",     u"d-MMM-yyyy HH:mm"};
     if (!text) return std::nullopt;
     std::u16string squeezed = *text;
     while (squeezed.find(u"  ") != std::u16string::npos) squeezed = replaceAll(squeezed, u"  ", u" ");
@@ -424,7 +436,9 @@ const Regex& separatorRuns() {
     return regex;
 }
 
-std::u16string normaliseSeparators(std::u16string_view text) { return separatorRuns().replaceAll(text, u" "); }
+std::u16string normaliseSeparators(std::u16string_view text) {
+    return separatorRuns().replaceAll(text, u" ");
+}
 
 struct VotingPatterns {
     std::vector<std::u16string> dates;
@@ -453,11 +467,25 @@ const VotingPatterns& votingPatterns(const std::string& locale) {
             patterns.times.push_back(normaliseSeparators(*pattern));
         }
     }
-    constexpr const char16_t* kFixedTimes[] = {
-        u"HH:mm:ss zzz", u"HH:mm:ss zzzz", u"HH:mm:ss ZZZ", u"HH:mm:ss ZZZZ", u"hh:mm:ss a zzz",
-        u"hh:mm:ss a zzzz", u"hh:mm:ss a ZZZ", u"hh:mm:ss z ZZZZ", u"hh:mm:ss", u"HH:mm zzz",
-        u"HH:mm zzzz", u"HH:mm ZZZ", u"HH:mm ZZZZ", u"hh:mm a zzz", u"hh:mm a zzzz",
-        u"hh:mm a ZZZ", u"hh:mm z ZZZZ", u"hh:mm", u""};
+    constexpr const char16_t* kFixedTimes[] = {u"HH:mm:ss zzz",
+                                               u"HH:mm:ss zzzz",
+                                               u"HH:mm:ss ZZZ",
+                                               u"HH:mm:ss ZZZZ",
+                                               u"hh:mm:ss a zzz",
+                                               u"hh:mm:ss a zzzz",
+                                               u"hh:mm:ss a ZZZ",
+                                               u"hh:mm:ss z ZZZZ",
+                                               u"hh:mm:ss",
+                                               u"HH:mm zzz",
+                                               u"HH:mm zzzz",
+                                               u"HH:mm ZZZ",
+                                               u"HH:mm ZZZZ",
+                                               u"hh:mm a zzz",
+                                               u"hh:mm a zzzz",
+                                               u"hh:mm a ZZZ",
+                                               u"hh:mm z ZZZZ",
+                                               u"hh:mm",
+                                               u""};
     for (const char16_t* fixed : kFixedTimes) patterns.times.emplace_back(fixed);
     return byLocale.emplace(locale, std::move(patterns)).first->second;
 }
@@ -496,7 +524,8 @@ std::vector<double> votedDates(std::u16string_view text) {
             formatter.setPattern(pattern);
             std::optional<double> date = formatter.dateFromString(input);
             if (!date || dayNumber(*calendar, *date) >= today) continue;
-            auto counted = std::find_if(votes.begin(), votes.end(), [&](const auto& vote) { return vote.first == *date; });
+            auto counted =
+                std::find_if(votes.begin(), votes.end(), [&](const auto& vote) { return vote.first == *date; });
             if (counted == votes.end()) {
                 votes.emplace_back(*date, 1);
             } else {
@@ -512,17 +541,16 @@ std::vector<double> votedDates(std::u16string_view text) {
 
 // The zone a US zone abbreviation names (as abbreviation tables map them), or empty for none.
 std::string zoneForAbbreviation(std::u16string_view abbreviation) {
-    static const std::pair<const char16_t*, const char*> kZones[] = {
-        {u"GMT", "GMT"},
-        {u"UT", "UTC"},
-        {u"EDT", "America/New_York"},
-        {u"EST", "America/New_York"},
-        {u"CDT", "America/Chicago"},
-        {u"CST", "America/Chicago"},
-        {u"MDT", "America/Denver"},
-        {u"MST", "America/Denver"},
-        {u"PDT", "America/Los_Angeles"},
-        {u"PST", "America/Los_Angeles"}};
+    static const std::pair<const char16_t*, const char*> kZones[] = {{u"GMT", "GMT"},
+                                                                     {u"UT", "UTC"},
+                                                                     {u"EDT", "America/New_York"},
+                                                                     {u"EST", "America/New_York"},
+                                                                     {u"CDT", "America/Chicago"},
+                                                                     {u"CST", "America/Chicago"},
+                                                                     {u"MDT", "America/Denver"},
+                                                                     {u"MST", "America/Denver"},
+                                                                     {u"PDT", "America/Los_Angeles"},
+                                                                     {u"PST", "America/Los_Angeles"}};
     for (const auto& [name, zone] : kZones) {
         if (equalsIgnoringCase(abbreviation, name)) return zone;
     }
@@ -530,7 +558,9 @@ std::string zoneForAbbreviation(std::u16string_view abbreviation) {
 }
 
 // Removes range from the working text.
-void cutOut(std::u16string& text, Range range) { text.erase(range.location, range.length); }
+void cutOut(std::u16string& text, Range range) {
+    text.erase(range.location, range.length);
+}
 
 long numberValue(std::u16string_view digits) {
     long value = 0;
@@ -547,7 +577,7 @@ struct Pieces {
     long day = 0, month = 0, year = 0, hour = 0, minute = 0, second = 0;
     bool hasDay = false, hasMonth = false, hasYear = false, hasTime = false;
     bool monthNamed = false;
-    int weekday = 0;          // 1 = Sunday; 0 when the text names no day
+    int weekday = 0;  // 1 = Sunday; 0 when the text names no day
     OptString zoneName;
     OptString numericZone;
 };

@@ -9,7 +9,9 @@ using namespace postwright;
 using Json = nlohmann::ordered_json;
 
 namespace {
-std::shared_ptr<PWEmailAddress> raw(std::u16string_view text) { return PWEmailAddress::initWithRawAddress(text); }
+std::shared_ptr<PWEmailAddress> raw(std::u16string_view text) {
+    return PWEmailAddress::initWithRawAddress(text);
+}
 
 PWEmailAddressGroupList groups(std::u16string_view value) {
     auto parsed = PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(std::u16string(value));
@@ -27,7 +29,8 @@ TEST(PWEmailAddressGroup, HeaderValuesGiveNamedAndNamelessGroups) {
     auto named = groups(u"Team: Ann <ann@example.com>, bo@example.org;");
     ASSERT_EQ(named.size(), 1u);
     EXPECT_EQ(named[0]->groupName(), u"Team");
-    EXPECT_EQ(userAtDomains(named[0]->addresses()), (std::vector<std::u16string>{u"ann@example.com", u"bo@example.org"}));
+    EXPECT_EQ(userAtDomains(named[0]->addresses()),
+              (std::vector<std::u16string>{u"ann@example.com", u"bo@example.org"}));
     EXPECT_EQ(named[0]->rfc2822Representation(), u"Team:Ann <ann@example.com>, bo@example.org;");
 
     auto plain = groups(u"ann@example.com, bo@example.org");
@@ -93,8 +96,9 @@ TEST(PWRecipientList, AllRecipientsOnceInToCcBccOrder) {
     auto cc = groups(u"BO@example.org, cy@example.net, broken <x");
     auto bcc = groups(u"dee@example.com, cy@example.net");
     auto list = PWRecipientList::initWithRecipients(to, cc, bcc);
-    EXPECT_EQ(userAtDomains(list->allRecipientAddresses()),
-              (std::vector<std::u16string>{u"ann@example.com", u"bo@example.org", u"cy@example.net", u"dee@example.com"}));
+    EXPECT_EQ(
+        userAtDomains(list->allRecipientAddresses()),
+        (std::vector<std::u16string>{u"ann@example.com", u"bo@example.org", u"cy@example.net", u"dee@example.com"}));
     EXPECT_EQ(list->ccRecipients().size(), 1u);
 }
 
@@ -137,7 +141,8 @@ TEST(PWTokenSearchEmailAddress, WeightsScoresAndTheCompletionLine) {
     EXPECT_EQ(hit->searchDisplayStringWithPrefix(u"").text, u"Ann Lee (Annie) <ann@example.com>")
         << "no matching value: the base address";
 
-    auto copied = PWTokenSearchEmailAddress::initWithEmailAddress(*PWEmailAddress::initWithRawAddress(u"x@example.org"));
+    auto copied =
+        PWTokenSearchEmailAddress::initWithEmailAddress(*PWEmailAddress::initWithRawAddress(u"x@example.org"));
     EXPECT_EQ(copied->searchDisplayStringWithPrefix(u"x").text, u"x@example.org");
     EXPECT_EQ(copied->weightedScore(), 0.0);
 }

@@ -183,7 +183,8 @@ TEST(PWEmailAddressIdentity, EqualAddressesHashEquallyAndInternToOneObject) {
     EXPECT_TRUE(commentOnly->isEqual(address(u"Ann", u"", u"", 0).get()))
         << "no userAtDomain on either side, but comments: base addresses both nil, comments equal";
 
-    std::unordered_set<std::shared_ptr<PWEmailAddress>, PWEmailAddressHash, PWEmailAddressEqual> set{a, b, junk1, junk2};
+    std::unordered_set<std::shared_ptr<PWEmailAddress>, PWEmailAddressHash, PWEmailAddressEqual> set{a, b, junk1,
+                                                                                                     junk2};
     EXPECT_EQ(set.size(), 2u);
     EXPECT_EQ(std::hash<PWEmailAddress>()(*a), a->hash());
     EXPECT_TRUE(*a == *b);
@@ -243,7 +244,9 @@ TEST(PWEmailAddressDictionary, KeysInOrderAndBack) {
 
     ScopedAddressBook scoped;
     scoped.book->contacts = {annContact()};
-    Json dictionary = {{"type", "address"}, {"contactIdentifier", "C-ANN"}, {"emailIdentifier", "E-HOME"},
+    Json dictionary = {{"type", "address"},
+                       {"contactIdentifier", "C-ANN"},
+                       {"emailIdentifier", "E-HOME"},
                        {"addressComment", "  Annie  "}};
     auto linked = PWEmailAddress::initWithDictionaryRepresentation(dictionary);
     ASSERT_NE(linked->contact(), nullptr);
@@ -263,7 +266,8 @@ TEST(PWEmailAddressPasteboard, ConvertsOverItsTwoTypes) {
     EXPECT_EQ(PWEmailAddress::readableTypesForPasteboard(),
               (std::vector<std::string>{"com.fennelgate.PWEmailAddressPasteboardType", kPasteboardTypePlainString}));
     EXPECT_EQ(PWEmailAddress::writableTypesForPasteboard(), PWEmailAddress::readableTypesForPasteboard());
-    EXPECT_EQ(PWEmailAddress::readingOptionsForType(ORWPasteboardTypeEmailAddress), PasteboardReadingOptions::AsPropertyList);
+    EXPECT_EQ(PWEmailAddress::readingOptionsForType(ORWPasteboardTypeEmailAddress),
+              PasteboardReadingOptions::AsPropertyList);
     EXPECT_EQ(PWEmailAddress::readingOptionsForType(kPasteboardTypePlainString), PasteboardReadingOptions::AsString);
 
     auto ann = address(u"Ann Lee", u"ann", u"example.com");
@@ -276,7 +280,8 @@ TEST(PWEmailAddressPasteboard, ConvertsOverItsTwoTypes) {
 }
 
 TEST(PWEmailAddressHeaderValues, OneUnreadableMailboxSpoilsTheList) {
-    auto two = PWEmailAddress::emailAddressesFromHeaderValue(u"Ann <ann@example.com>,\r\n =?utf-8?B?SsO2cmc=?= <j@x.org>");
+    auto two =
+        PWEmailAddress::emailAddressesFromHeaderValue(u"Ann <ann@example.com>,\r\n =?utf-8?B?SsO2cmc=?= <j@x.org>");
     ASSERT_TRUE(two);
     ASSERT_EQ(two->size(), 2u);
     EXPECT_EQ((*two)[1]->addressComment(), u"J\u00f6rg");
@@ -338,9 +343,9 @@ TEST(PWEmailAddressContacts, LinkingGoesThroughTheHostsAddressBook) {
     auto failed = address(std::nullopt, u"bo", u"example.com");
     failed->loadContact();
     EXPECT_EQ(failed->contact(), nullptr);
-    EXPECT_EQ(log->messages(), std::vector<std::string>{
-                                   "There was an error retrieving a contact [bo@example.com] : contacts error 3: "
-                                   "Store unavailable"});
+    EXPECT_EQ(log->messages(),
+              std::vector<std::string>{"There was an error retrieving a contact [bo@example.com] : contacts error 3: "
+                                       "Store unavailable"});
 }
 
 TEST(PWEmailAddressContacts, AddressesFromContactsPickTheirEmailValue) {

@@ -9,7 +9,9 @@
 using namespace postwright;
 
 namespace {
-Scanner scan(std::u16string_view text) { return Scanner::emailAddressScannerWithString(text); }
+Scanner scan(std::u16string_view text) {
+    return Scanner::emailAddressScannerWithString(text);
+}
 
 void expectError(const ErrorRef& error, long code, std::u16string_view input) {
     ASSERT_NE(error, nullptr);
@@ -25,7 +27,9 @@ void expectError(const ErrorRef& error, long code, std::u16string_view input) {
 }
 
 // A record the grammar must leave alone, to tell "untouched" from "cleared".
-ErrorRef sentinel() { return makeError("test", 99, u"untouched"); }
+ErrorRef sentinel() {
+    return makeError("test", 99, u"untouched");
+}
 
 struct Mailbox {
     bool ok = false;
@@ -50,7 +54,8 @@ std::vector<std::u16string> describe(const PWEmailAddressGroupList& groups) {
     for (const auto& group : groups) {
         std::u16string line = group->groupName() ? *group->groupName() + u":" : u"-:";
         for (const auto& address : group->addresses()) {
-            line += u" " + (address->valid() ? *address->userAtDomain() : u"!" + address->invalidRawAddress().value_or(u""));
+            line += u" " +
+                    (address->valid() ? *address->userAtDomain() : u"!" + address->invalidRawAddress().value_or(u""));
         }
         out.push_back(line);
     }
@@ -245,9 +250,11 @@ TEST(MailboxList, CommasAreOptionalAndGroupNamesEndTheList) {
 TEST(AddressList, EveryAddressEndsUpInAGroup) {
     EXPECT_EQ(describe(addressList(u"Team: a@example.com, b@example.org;")),
               std::vector<std::u16string>{u"Team: a@example.com b@example.org"});
-    EXPECT_EQ(describe(addressList(u"undisclosed-recipients:;")), std::vector<std::u16string>{u"undisclosed-recipients:"});
-    EXPECT_EQ(describe(addressList(u"a@example.com, b@example.org, Team: c@example.net; d@example.com")),
-              (std::vector<std::u16string>{u"-: a@example.com b@example.org", u"Team: c@example.net", u"-: d@example.com"}));
+    EXPECT_EQ(describe(addressList(u"undisclosed-recipients:;")),
+              std::vector<std::u16string>{u"undisclosed-recipients:"});
+    EXPECT_EQ(
+        describe(addressList(u"a@example.com, b@example.org, Team: c@example.net; d@example.com")),
+        (std::vector<std::u16string>{u"-: a@example.com b@example.org", u"Team: c@example.net", u"-: d@example.com"}));
     EXPECT_EQ(describe(addressList(u"Team: c@example.net, Other: d@example.com")),
               (std::vector<std::u16string>{u"Team: c@example.net", u"Other: d@example.com"}))
         << "a missing \";\" is tolerated";

@@ -29,7 +29,8 @@ nlohmann::ordered_json parse(const std::vector<std::string>& arguments) {
 }  // namespace
 
 TEST(AddressCommands, ParseKindsPrintAddressAndGroupObjects) {
-    nlohmann::ordered_json list = parse({"address-list", "--options", "4", "Ann <Ann@Example.com>, Team: bo@example.org;"});
+    nlohmann::ordered_json list =
+        parse({"address-list", "--options", "4", "Ann <Ann@Example.com>, Team: bo@example.org;"});
     ASSERT_TRUE(list["ok"].get<bool>());
     ASSERT_EQ(list["value"].size(), 2u);
     EXPECT_TRUE(list["value"][0]["name"].is_null());
@@ -67,11 +68,11 @@ TEST(AddressCommands, DateKindsFollowThePinnedClockZoneAndLocale) {
     auto german =
         parse({"date-tolerant", "--now", "2024-06-01T00:00:00Z", "--tz", "UTC", "--locale", "de_DE", "4.3.2024"});
     EXPECT_EQ(german["value"], (nlohmann::ordered_json{"2024-03-04T00:00:00.000Z", "2024-04-03T00:00:00.000Z"}));
-    auto american =
-        parse({"date-tolerant", "--now", "1717200000000", "--tz", "UTC", "--locale", "en_US", "4.3.2024"});
+    auto american = parse({"date-tolerant", "--now", "1717200000000", "--tz", "UTC", "--locale", "en_US", "4.3.2024"});
     EXPECT_EQ(american["value"][0], "2024-04-03T00:00:00.000Z");
-    EXPECT_EQ(parse({"date-tolerant", "--now", "2024-03-05", "--tz", "Europe/Berlin", "sent 3/4/2020 at 10:00"})["value"],
-              (nlohmann::ordered_json{"2020-03-04T09:00:00.000Z", "2020-04-03T08:00:00.000Z"}))
+    EXPECT_EQ(
+        parse({"date-tolerant", "--now", "2024-03-05", "--tz", "Europe/Berlin", "sent 3/4/2020 at 10:00"})["value"],
+        (nlohmann::ordered_json{"2020-03-04T09:00:00.000Z", "2020-04-03T08:00:00.000Z"}))
         << "read piecewise: the first number between separators (here after a space) is the month";
     EXPECT_EQ(run({"parse", "date", "--now", "yesterday", "x"}).status, 2);
 }

@@ -43,20 +43,22 @@ ParseOutcome runAddressList(ParseRequest& r) {
 
 ParseOutcome runAddresses(ParseRequest& r) {
     unsigned options = r.optionsGiven ? r.options : 2;
-    std::optional<PWEmailAddressList> addresses = PWEmailAddress::emailAddressesFromHeaderValue(r.scanner.string(), options);
+    std::optional<PWEmailAddressList> addresses =
+        PWEmailAddress::emailAddressesFromHeaderValue(r.scanner.string(), options);
     return {addresses.has_value(), addresses ? jsonAddresses(*addresses) : Json(nullptr)};
 }
 }  // namespace
 
 void addAddressParseKinds(std::vector<ParseKind>& kinds) {
-    kinds.insert(kinds.end(), {
-        {"addr-spec", "local-part \"@\" domain; value {localPart, domain}", runAddrSpec},
-        {"mailbox", "one mailbox as an address object (invalid fallback included)", runMailbox},
-        {"mailbox-list", "mailboxes up to a group name; an array of address objects", runMailboxList},
-        {"group", "name \":\" mailboxes \";\"; value {name, addresses}", runGroup},
-        {"address-list", "groups and mailboxes; an array of {name, addresses}", runAddressList},
-        {"addresses", "a header value's addresses (--options default 2), or null", runAddresses},
-    });
+    kinds.insert(kinds.end(),
+                 {
+                     {"addr-spec", "local-part \"@\" domain; value {localPart, domain}", runAddrSpec},
+                     {"mailbox", "one mailbox as an address object (invalid fallback included)", runMailbox},
+                     {"mailbox-list", "mailboxes up to a group name; an array of address objects", runMailboxList},
+                     {"group", "name \":\" mailboxes \";\"; value {name, addresses}", runGroup},
+                     {"address-list", "groups and mailboxes; an array of {name, addresses}", runAddressList},
+                     {"addresses", "a header value's addresses (--options default 2), or null", runAddresses},
+                 });
 }
 
 }  // namespace postwright::tool

@@ -31,13 +31,14 @@ int encodeAddressList(const std::vector<std::string>& argumentList) {
 }  // namespace
 
 void addAddressEncodeSubcommands(std::vector<Subcommand>& list) {
-    list.insert(list.end(), {
-        {"address-list", "TEXT [--options N]",
-         "an address list written back in RFC 2822 form: addresses lower-cased, display names quoted or\n"
-         "      encoded as needed, groups as \"Name:a, b;\", nameless runs joined with \",\" (options as\n"
-         "      for parse, default 4: display names built up from their words)",
-         encodeAddressList},
-    });
+    list.insert(list.end(),
+                {
+                    {"address-list", "TEXT [--options N]",
+                     "an address list written back in RFC 2822 form: addresses lower-cased, display names quoted or\n"
+                     "      encoded as needed, groups as \"Name:a, b;\", nameless runs joined with \",\" (options as\n"
+                     "      for parse, default 4: display names built up from their words)",
+                     encodeAddressList},
+                });
 }
 
 }  // namespace postwright::tool

@@ -30,11 +30,12 @@ ParseOutcome runTolerantDate(ParseRequest& r) {
 }  // namespace
 
 void addDateParseKinds(std::vector<ParseKind>& kinds) {
-    kinds.insert(kinds.end(), {
-        {"date", "strict RFC 2822 date-time (--options 1: numeric month, 3: month first)", runStrictDate},
-        {"date-old", "the format-list date reader over the whole text", runOldDate},
-        {"date-tolerant", "the tolerant date reader: an array of dates, best first", runTolerantDate},
-    });
+    kinds.insert(kinds.end(),
+                 {
+                     {"date", "strict RFC 2822 date-time (--options 1: numeric month, 3: month first)", runStrictDate},
+                     {"date-old", "the format-list date reader over the whole text", runOldDate},
+                     {"date-tolerant", "the tolerant date reader: an array of dates, best first", runTolerantDate},
+                 });
 }
 
 }  // namespace postwright::tool

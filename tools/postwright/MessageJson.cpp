@@ -59,9 +59,13 @@ std::optional<double> dateFromArgument(const std::string& text) {
         double milliseconds = std::strtod(text.c_str(), &end);
         if (end && *end == 0) return milliseconds;
     }
-    static constexpr const char16_t* kPatterns[] = {
-        u"yyyy-MM-dd'T'HH:mm:ss.SSSXXX", u"yyyy-MM-dd'T'HH:mm:ssXXX", u"yyyy-MM-dd'T'HH:mm:ss.SSS",
-        u"yyyy-MM-dd'T'HH:mm:ss", u"yyyy-MM-dd'T'HH:mmXXX", u"yyyy-MM-dd'T'HH:mm", u"yyyy-MM-dd"};
+    static constexpr const char16_t* kPatterns[] = {u"yyyy-MM-dd'T'HH:mm:ss.SSSXXX",
+                                                    u"yyyy-MM-dd'T'HH:mm:ssXXX",
+                                                    u"yyyy-MM-dd'T'HH:mm:ss.SSS",
+                                                    u"yyyy-MM-dd'T'HH:mm:ss",
+                                                    u"yyyy-MM-dd'T'HH:mmXXX",
+                                                    u"yyyy-MM-dd'T'HH:mm",
+                                                    u"yyyy-MM-dd"};
     DateFormatter formatter("en_US_POSIX", u"", std::string("UTC"));
     std::u16string input = fromUTF8(text);
     for (const char16_t* pattern : kPatterns) {

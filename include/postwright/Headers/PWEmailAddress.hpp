@@ -101,13 +101,15 @@ public:
     // Reading stops at the first mailbox not followed by a comma. nullopt for nil text, and, after the log
     // line "\n\t\t<value>\n\t\t\t\tERROR: <error>", when a mailbox cannot be read at all (one bad mailbox
     // spoils the list, by design). Option bit 2 marks addresses whose decoding showed a mail-sploit.
-    static std::optional<PWEmailAddressList> emailAddressesFromHeaderValue(const OptString& value, unsigned options = 2);
+    static std::optional<PWEmailAddressList> emailAddressesFromHeaderValue(const OptString& value,
+                                                                           unsigned options = 2);
     // The RFC 2822 forms of the addresses (nils left out) joined with ", "; nullopt when there are none.
     static OptString rfc2822RepresentationForAddresses(const PWEmailAddressList& addresses);
 
     // The process-wide member equal to the address; the address itself becomes the member when there is
     // none yet.
-    static std::shared_ptr<PWEmailAddress> canonicalEmailAddressForEmailAddress(const std::shared_ptr<PWEmailAddress>& address);
+    static std::shared_ptr<PWEmailAddress> canonicalEmailAddressForEmailAddress(
+        const std::shared_ptr<PWEmailAddress>& address);
 
     // A new address with the same parts, raw text, contact link, e-mail identifier, caller data, flags and
     // mail-sploit mark (nothing is sanitised again).
@@ -232,7 +234,9 @@ struct PWEmailAddressEqual {
     }
 };
 
-inline bool operator==(const PWEmailAddress& a, const PWEmailAddress& b) { return a.isEqual(&b); }
+inline bool operator==(const PWEmailAddress& a, const PWEmailAddress& b) {
+    return a.isEqual(&b);
+}
 
 }  // namespace postwright
 

@@ -34,7 +34,8 @@ public:
     PWEmailAddressGroup(const PWEmailAddressGroup&) = delete;
     PWEmailAddressGroup& operator=(const PWEmailAddressGroup&) = delete;
 
-    static std::shared_ptr<PWEmailAddressGroup> newWithGroupName(const OptString& groupName, PWEmailAddressList addresses);
+    static std::shared_ptr<PWEmailAddressGroup> newWithGroupName(const OptString& groupName,
+                                                                 PWEmailAddressList addresses);
     static std::shared_ptr<PWEmailAddressGroup> addressGroupWithGroupName(const OptString& groupName,
                                                                           PWEmailAddressList addresses) {
         return newWithGroupName(groupName, std::move(addresses));
@@ -46,7 +47,8 @@ public:
     // The reverse of dictionaryRepresentation: only "type" = "group" is accepted (nullptr otherwise); a
     // string "groupName" and, from an array "addresses", every dictionary with both "userName" and
     // "domain" are taken.
-    static std::shared_ptr<PWEmailAddressGroup> initWithDictionaryRepresentation(const nlohmann::ordered_json& dictionary);
+    static std::shared_ptr<PWEmailAddressGroup> initWithDictionaryRepresentation(
+        const nlohmann::ordered_json& dictionary);
 
     OptString groupName() const;
     void setGroupName(const OptString& groupName);
