@@ -172,14 +172,14 @@ bool Scanner::scanMimeEncodedWordIntoString(OptString* result, ErrorRef* error) 
     std::u16string letter;
     scanUpToString(u"?", &letter);
     if (!equalsIgnoringCase(letter, u"Q") && !equalsIgnoringCase(letter, u"B")) {
-        setSlot(error, emailParserError(EmailParserErrorCode::MalformedMimeData, string_));
+        if (error) *error = emailParserError(EmailParserErrorCode::MalformedMimeData, string_);
         location_ = start;
         return false;
     }
     advance(1);
     scanUpToString(u"?=");
     if (!scanString(u"?=")) {
-        setSlot(error, emailParserError(EmailParserErrorCode::MalformedMimeData, string_));
+        if (error) *error = emailParserError(EmailParserErrorCode::MalformedMimeData, string_);
         location_ = start;
         return false;
     }

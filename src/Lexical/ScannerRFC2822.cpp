@@ -105,6 +105,8 @@ bool Scanner::scanComment(OptString* result, ErrorRef* error, int depth, bool* t
         } else if (currentCharacter() == u'(') {
             if (location_ == failedNestedAt) {
                 // known to fail: no progress, and the guard ends the loop
+            } else if (!commentCanClose(location_)) {
+                failedNestedAt = location_;
             } else if (scanComment(&piece, nullptr, depth + 1, tooDeep)) {
                 if (piece) content += u"(" + *piece + u")";
             } else if (*tooDeep) {
@@ -125,6 +127,28 @@ bool Scanner::scanComment(OptString* result, ErrorRef* error, int depth, bool* t
     }
     if (location_ != start) setSlot(result, std::move(content));
     return true;
+}
+
+bool Scanner::commentCanClose(size_t position) const {
+    constexpr uint32_t kNone = UINT32_MAX;
+    if (string_.size() >= kNone) return true;
+    if (closingParentheses_.empty()) {
+        closingParentheses_.assign(string_.size() + 1, kNone);
+        std::vector<uint32_t> open;
+        const CharacterSet& text = rfc2822TextSet();
+        for (size_t i = 0; i < string_.size(); ++i) {
+            char16_t c = string_[i];
+            if (c == u'\\' && i + 1 < string_.size() && text.contains(string_[i + 1])) {
+                ++i;  // a quoted pair: the escaped character is not structure
+            } else if (c == u'(') {
+                open.push_back(static_cast<uint32_t>(i));
+            } else if (c == u')' && !open.empty()) {
+                closingParentheses_[open.back()] = static_cast<uint32_t>(i);
+                open.pop_back();
+            }
+        }
+    }
+    return position < string_.size() && closingParentheses_[position] != kNone;
 }
 
 bool Scanner::scanQuotedPairIntoString(OptString* result, ErrorRef*) {

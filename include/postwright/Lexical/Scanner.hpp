@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "postwright/Base/CharacterSet.hpp"
 #include "postwright/Base/Error.hpp"
@@ -271,6 +272,11 @@ public:
 
 private:
     bool scanComment(OptString* result, ErrorRef* error, int depth, bool* tooDeep);
+    // Whether the "(" at the position has a matching ")" later in the text (quoted pairs respected). A
+    // comment without one can never close, so its scan is skipped: the matches are found once per scanner,
+    // which keeps repeated attempts over hostile text (every mailbox of a list) linear.
+    bool commentCanClose(size_t position) const;
+    mutable std::vector<uint32_t> closingParentheses_;
 
     std::u16string string_;
     size_t location_ = 0;
