@@ -379,6 +379,36 @@ std::u16string pathExtension(std::u16string_view fileName) {
     return std::u16string(last.substr(dot + 1));
 }
 
+std::u16string pathSafeBaseFileName(std::u16string_view fileName) {
+    std::u16string safe;
+    safe.reserve(fileName.size());
+    for (char16_t c : fileName) {
+        bool unsafe = c < 0x20 || c == 0x7F || c == u'/' || c == u'\\' || c == u':';
+        safe.push_back(unsafe ? u'_' : c);
+    }
+    safe = fgTrim(safe);
+    size_t dots = safe.find_first_not_of(u'.');
+    safe.erase(0, dots == std::u16string::npos ? safe.size() : dots);
+    if (safe.empty()) return u"_";
+    // File systems count bytes: shorten the stem, never the extension, to 255 UTF-8 bytes.
+    constexpr size_t kMaximumBytes = 255;
+    if (toUTF8(safe).size() <= kMaximumBytes) return safe;
+    std::u16string extension = pathExtension(safe);
+    std::u16string suffix = extension.empty() || extension.size() > 32 ? u"" : u"." + extension;
+    std::u16string_view stem(safe.data(), safe.size() - suffix.size());
+    const size_t budget = kMaximumBytes - toUTF8(suffix).size();
+    size_t bytes = 0, kept = 0;
+    while (kept < stem.size()) {
+        bool pair = stem[kept] >= 0xD800 && stem[kept] < 0xDC00 && kept + 1 < stem.size() &&
+                    stem[kept + 1] >= 0xDC00 && stem[kept + 1] < 0xE000;
+        size_t width = pair ? 4 : stem[kept] < 0x80 ? 1 : stem[kept] < 0x800 ? 2 : 3;
+        if (bytes + width > budget) break;
+        bytes += width;
+        kept += pair ? 2 : 1;
+    }
+    return std::u16string(stem.substr(0, kept)) + suffix;
+}
+
 std::u16string decimalString(long long value) {
     std::string digits = std::to_string(value);
     return std::u16string(digits.begin(), digits.end());

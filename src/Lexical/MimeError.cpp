@@ -29,4 +29,11 @@ ErrorRef multipartParsingError(const OptString& boundary, const std::optional<Da
                      std::nullopt, nullptr, std::move(userInfo));
 }
 
+ErrorRef headerParsingError(ErrorRef underlyingError) {
+    return makeError(kMimeErrorDomain, static_cast<long>(MimeErrorCode::HeaderParsing),
+                     localizedString(u"MIME_ERROR:HEADER_PARSING", u"Could not parse the headers of a Mime part",
+                                     StringSource::Library),
+                     std::nullopt, std::move(underlyingError));
+}
+
 }  // namespace postwright

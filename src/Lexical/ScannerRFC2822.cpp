@@ -75,6 +75,11 @@ bool Scanner::scanComment(OptString* result, ErrorRef* error, int depth, bool* t
     std::u16string content;
     bool closed = false;
     size_t previous = std::u16string::npos;
+    // Where a nested comment already failed. White space before a nested comment lets the loop come back
+    // to the same "(" once more before the progress guard stops it; scanning that comment again would
+    // double the work at every level, so "(x (x (x ..." would take 2^depth steps. The second attempt is
+    // known to fail without moving, so it is skipped and the guard ends the loop as before.
+    size_t failedNestedAt = std::u16string::npos;
     while (!isAtEnd()) {
         if (location_ == previous) {  // no progress: silent failure
             location_ = start;
@@ -98,10 +103,14 @@ bool Scanner::scanComment(OptString* result, ErrorRef* error, int depth, bool* t
         } else if (scanQuotedPairIntoString(&piece, nullptr)) {
             content += *piece;
         } else if (currentCharacter() == u'(') {
-            if (scanComment(&piece, nullptr, depth + 1, tooDeep)) {
+            if (location_ == failedNestedAt) {
+                // known to fail: no progress, and the guard ends the loop
+            } else if (scanComment(&piece, nullptr, depth + 1, tooDeep)) {
                 if (piece) content += u"(" + *piece + u")";
             } else if (*tooDeep) {
                 break;
+            } else {
+                failedNestedAt = location_;
             }
         } else if (currentCharacter() == u')') {
             advance(1);

@@ -288,6 +288,16 @@ TEST(AddressGrammarRobustness, HostileInputNeverCrashesOrHangs) {
     groups = addressList(nested + std::u16string(100000, u')') + u"x@example.com", 4, &ok);
     EXPECT_TRUE(ok);
 
+    // White space before each nested "(" once made the comment scanner try every nested comment twice,
+    // doubling the work per level: 2^256 steps for this text.
+    std::u16string spacedNesting;
+    for (int i = 0; i < 300; ++i) spacedNesting += u"(x, ";
+    OptString comment;
+    EXPECT_FALSE(scan(spacedNesting).scanRFC2822CommentIntoString(&comment, nullptr));
+    groups = addressList(spacedNesting, 4, &ok);
+    ASSERT_EQ(groups.size(), 1u);
+    EXPECT_EQ(groups[0]->addresses().size(), 300u) << "each unreadable mailbox kept as invalid text";
+
     std::u16string quotes;
     for (int i = 0; i < 20000; ++i) quotes += u"\"a <b@c.d>, ";
     addressList(quotes, 4, &ok);

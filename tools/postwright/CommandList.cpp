@@ -12,6 +12,12 @@ const std::vector<Command>& commands() {
         {"identifier", "take a message identifier ACCOUNT/CONTENT apart", identifierHelp, runIdentifier},
         {"html", "parse HTML and print it normalised, selected by CSS, or cleaned for delivery", htmlHelp,
          runHtml},
+        {"tree", "print a message's MIME tree: every part's type, charset, encoding, names and sizes", treeHelp,
+         runTree},
+        {"text", "print the plain text a reader of a message sees", textHelp, runText},
+        {"render", "print the HTML fragment a message shows", renderHelp, runRender},
+        {"extract", "write a message's attachments to files", extractHelp, runExtract},
+        {"roundtrip", "check that a message's MIME tree writes itself back", roundtripHelp, runRoundtrip},
     };
     return list;
 }

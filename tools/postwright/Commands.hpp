@@ -30,5 +30,15 @@ std::string identifierHelp();
 int runIdentifier(const std::vector<std::string>& arguments);
 std::string htmlHelp();
 int runHtml(const std::vector<std::string>& arguments);
+std::string treeHelp();
+int runTree(const std::vector<std::string>& arguments);
+std::string textHelp();
+int runText(const std::vector<std::string>& arguments);
+std::string renderHelp();
+int runRender(const std::vector<std::string>& arguments);
+std::string extractHelp();
+int runExtract(const std::vector<std::string>& arguments);
+std::string roundtripHelp();
+int runRoundtrip(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

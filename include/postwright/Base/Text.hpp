@@ -80,6 +80,10 @@ std::u16string stringByNormalizingLineEndsToCRLF(std::u16string_view text); // C
 std::u16string capitalizedHeaderKey(std::u16string_view name);              // "message-ID" -> "Message-Id"
 std::u16string quotedString(std::u16string_view text);                      // "a\"b" with \ and " escaped
 std::u16string pathExtension(std::u16string_view fileName);                 // "" when there is none
+// A file name that is safe as one path component: "/", "\\", ":", NUL and other control characters become
+// "_", white space is trimmed, leading dots are dropped (no hidden files, no "." or ".."), and the name is cut
+// to 255 UTF-8 bytes keeping its extension. Never empty: a name with nothing left is "_".
+std::u16string pathSafeBaseFileName(std::u16string_view fileName);
 
 std::u16string decimalString(long long value);
 std::u16string decimalString(unsigned long long value);

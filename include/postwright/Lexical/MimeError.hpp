@@ -23,4 +23,8 @@ enum class MimeErrorCode : long {
 // ("<NO LINEBREAK>" when none was given).
 ErrorRef multipartParsingError(const OptString& boundary, const std::optional<Data>& lineDelimiter);
 
+// Code 1 with the header collection's error as the underlying error; the localized description is the
+// library's text for "MIME_ERROR:HEADER_PARSING" ("Could not parse the headers of a Mime part").
+ErrorRef headerParsingError(ErrorRef underlyingError);
+
 }  // namespace postwright
