@@ -89,6 +89,9 @@ public:
     // outputs are views of the file where no quoting had to be undone. Succeeds when the location moved;
     // the outputs are set only when both are non-empty.
     bool scanMboxMessage(Data* fromLine, Data* message);
+    // The same, giving the message out as mbox message contents (nothing is given out when the envelope
+    // line or the message is empty). No error is ever reported.
+    bool scanMboxMessageIntoMessageContents(std::shared_ptr<PWMBoxMessageContents>* contents, ErrorRef* error = nullptr);
 
 private:
     Data data_;

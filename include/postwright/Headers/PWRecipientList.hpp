@@ -12,6 +12,9 @@
 
 namespace postwright {
 
+class PWMessageContents;
+class FGPostwrightMessage;
+
 class PWRecipientList {
     struct Passkey {
         explicit Passkey() = default;
@@ -24,6 +27,10 @@ public:
     static std::shared_ptr<PWRecipientList> initWithRecipients(PWEmailAddressGroupList toRecipients,
                                                                PWEmailAddressGroupList ccRecipients,
                                                                PWEmailAddressGroupList bccRecipients);
+
+    // The To, Cc and Bcc groups of message contents, or of a message object (from its abstract).
+    static std::shared_ptr<PWRecipientList> initWithRecipientsInContents(const PWMessageContents& contents);
+    static std::shared_ptr<PWRecipientList> initWithRecipientsInMessage(const FGPostwrightMessage& message);
 
     const PWEmailAddressGroupList& toRecipients() const { return toRecipients_; }
     const PWEmailAddressGroupList& ccRecipients() const { return ccRecipients_; }
