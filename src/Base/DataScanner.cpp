@@ -63,9 +63,35 @@ bool FGDataScanner::scanBytesInSet(const FGByteSet& set, Data* into) {
     return true;
 }
 
+namespace {
+// The first CR or LF at or after `from`, eight bytes at a time: lines are what mail is made of.
+size_t findLineBreak(const uint8_t* bytes, size_t length, size_t from) {
+    constexpr uint64_t kOnes = 0x0101010101010101ull;
+    constexpr uint64_t kHighs = 0x8080808080808080ull;
+    auto hasByte = [](uint64_t word, uint8_t byte) {
+        uint64_t x = word ^ (kOnes * byte);
+        return (x - kOnes) & ~x & kHighs;
+    };
+    size_t i = from;
+    for (; i + 8 <= length; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, bytes + i, 8);
+        if (hasByte(word, '\n') | hasByte(word, '\r')) break;
+    }
+    for (; i < length; ++i) {
+        if (bytes[i] == '\n' || bytes[i] == '\r') return i;
+    }
+    return length;
+}
+}  // namespace
+
 bool FGDataScanner::scanUpToBytesInSet(const FGByteSet& set, Data* into) {
     size_t stop = location_;
-    while (stop < data_.length() && !set.contains(data_[stop])) ++stop;
+    if (&set == &FGByteSet::crlfByteSet()) {
+        stop = findLineBreak(data_.bytes(), data_.length(), location_);
+    } else {
+        while (stop < data_.length() && !set.contains(data_[stop])) ++stop;
+    }
     if (stop == location_) return false;
     setSlot(into, data_.subdata(location_, stop - location_));
     location_ = stop;

@@ -456,6 +456,11 @@ std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding* 
 
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
                                                 TextEncoding* encodingUsed) {
+    return newByDecodingData(data, preferredEncoding, encodingUsed, data);
+}
+
+std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
+                                                TextEncoding* encodingUsed, const Data& detectionSample) {
     auto attempt = [&](TextEncoding encoding) -> std::optional<std::u16string> {
         std::optional<std::u16string> text = stringFromData(data, encoding);
         if (text) setSlot(encodingUsed, encoding);
@@ -466,7 +471,7 @@ std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding p
     }
     if (auto text = attempt(kASCIIStringEncoding)) return text;
     if (auto text = attempt(kUTF8StringEncoding)) return text;
-    for (TextEncoding encoding : detectedEncodings(data)) {
+    for (TextEncoding encoding : detectedEncodings(detectionSample)) {
         if (auto text = attempt(encoding)) return text;
     }
     return attempt(kWindowsCP1252StringEncoding);

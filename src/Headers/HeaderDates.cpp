@@ -25,14 +25,23 @@ void appendDates(std::u16string_view text, std::vector<double>& dates) {
 }  // namespace
 
 std::vector<double> PWMessageHeaders::candidateSentDates() const {
+    {
+        std::lock_guard lock(mutex_);
+        if (candidateSentDates_) return *candidateSentDates_;
+    }
     std::vector<double> dates;
     OptString value = firstHeaderForKey(PWMessageHeaderDateKey);
-    if (!value || value->empty()) return dates;
-    appendDates(*value, dates);
+    if (value && !value->empty()) appendDates(*value, dates);
+    std::lock_guard lock(mutex_);
+    candidateSentDates_ = dates;
     return dates;
 }
 
 std::vector<double> PWMessageHeaders::possibleReceivedDates() const {
+    {
+        std::lock_guard lock(mutex_);
+        if (possibleReceivedDates_) return *possibleReceivedDates_;
+    }
     std::vector<double> dates;
     for (const std::u16string& value : headersForKey(PWMessageHeaderReceivedKey)) {
         std::u16string unfolded = replaceAll(replaceAll(value, u"\r\n\t", u" "), u"\r\n ", u" ");
@@ -41,6 +50,8 @@ std::vector<double> PWMessageHeaders::possibleReceivedDates() const {
         std::u16string date = fgTrim(std::u16string_view(unfolded).substr(semicolon + 1));
         if (!date.empty()) appendDates(date, dates);
     }
+    std::lock_guard lock(mutex_);
+    possibleReceivedDates_ = dates;
     return dates;
 }
 

@@ -5,7 +5,8 @@
 #include "postwright/Base/Digest.hpp"
 #include "postwright/Base/Format.hpp"
 #include "postwright/Base/Host.hpp"
-#include "postwright/Base/Regex.hpp"
+#include <unicode/uchar.h>
+
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Lexical/DateFormat.hpp"
 #include "postwright/Lexical/MimeEncoding.hpp"
@@ -14,6 +15,12 @@
 namespace postwright {
 
 namespace {
+bool isSeedWhiteSpace(char16_t c) {
+    if (c < 0x80) return c == u' ' || c == u'\t' || c == u'\n' || c == u'\f' || c == u'\r';
+    int8_t type = u_charType(c);
+    return type == U_SPACE_SEPARATOR || type == U_LINE_SEPARATOR || type == U_PARAGRAPH_SEPARATOR;
+}
+
 // The seed's Date value written again in GMT, or nullopt when it does not parse.
 OptString gmtDateText(const std::u16string& date) {
     std::optional<double> parsed = dateFromRFC822String(date);
@@ -146,8 +153,16 @@ std::u16string PWMessageHeaders::_contentIdentifierSeedConvertingDateToGMT(bool 
         firstHeaderForKey(PWMessageHeaderMessageIdKey).value_or(u"NO_MESSAGE_ID"),
         date,
     };
-    static const Regex whiteSpace(u"\\s");
-    return whiteSpace.replaceAll(componentsJoinedBy(values, u"|"), u"");
+    // Every white-space character goes, as the pattern "\\s" defines it: TAB, LF, FF, CR and the Unicode
+    // separators (Z*).
+    std::u16string seed;
+    for (const std::u16string& value : values) {
+        if (&value != &values.front()) seed.push_back(u'|');
+        for (char16_t c : value) {
+            if (!isSeedWhiteSpace(c)) seed.push_back(c);
+        }
+    }
+    return seed;
 }
 
 std::u16string PWMessageHeaders::_generateContentIdentifierConvertingDateToGMT(bool convertDateToGMT) const {

@@ -62,6 +62,8 @@ void PWMutableMessageHeaders::changeDictionary(const std::function<void(HeaderEn
         std::lock_guard lock(mutex_);
         change(dictionary_);
         contentIdentifier_.reset();
+        candidateSentDates_.reset();
+        possibleReceivedDates_.reset();
         mutated_ = true;
     }
     if (notify) notifyObservers(false);
@@ -109,6 +111,8 @@ void PWMutableMessageHeaders::addEntriesFromHeaders(const PWMessageHeaders& othe
         for (const PWMessageHeaderEntryRef& entry : *list) entry->setSortHint(next++);
         dictionary_.set(key, std::make_shared<const HeaderEntryDictionary::EntryList>(*list));
     }
+    candidateSentDates_.reset();
+    possibleReceivedDates_.reset();
 }
 
 void PWMutableMessageHeaders::setSubject(const OptString& subject) {

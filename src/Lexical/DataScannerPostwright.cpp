@@ -139,62 +139,57 @@ bool FGDataScanner::scanMimeDataWithBoundary(const OptString& boundary, const st
 }
 
 bool FGDataScanner::scanMboxMessage(Data* fromLine, Data* message) {
+    // Lines are only looked at where "From " occurs: a line that starts with it (its envelope) ends the
+    // message, and a line that starts with ">...>From " loses one ">" (mboxrd). Everything else is copied
+    // as it stands, so the scan jumps from one "From " to the next instead of walking every line.
     static const std::string_view kFrom = "From ";
-    size_t start = location_;
-    std::optional<Data> envelope;
-    ChainedData bytes;
-    // Adjacent views of the file are merged, so an unquoted message stays one view.
-    size_t runStart = Data::npos, runEnd = Data::npos;
-    auto appendView = [&](size_t from, size_t to) {
-        if (from == to) return;
-        if (runStart != Data::npos && runEnd == from) {
-            runEnd = to;
-            return;
-        }
-        if (runStart != Data::npos) bytes.append(data_.subdata(runStart, runEnd - runStart));
-        runStart = from;
-        runEnd = to;
-    };
-    auto flushView = [&] {
-        if (runStart != Data::npos) bytes.append(data_.subdata(runStart, runEnd - runStart));
-        runStart = runEnd = Data::npos;
-    };
-    auto messageIsEmpty = [&] { return bytes.empty() && runStart == Data::npos; };
+    const size_t start = location_;
+    const uint8_t* bytes = data_.bytes();
+    auto atLineStart = [&](size_t i) { return i == start || bytes[i - 1] == '\n' || bytes[i - 1] == '\r'; };
 
-    size_t previous = Data::npos;
-    while (location_ != previous) {
-        previous = location_;
-        size_t lineStart = location_;
-        if (data_.subdataFromLocation(location_).hasPrefix(kFrom)) {
-            if (!messageIsEmpty() && envelope && !envelope->empty()) {
-                location_ = lineStart;
-                break;
-            }
-            scanUpToBytesInSet(FGByteSet::crlfByteSet());
-            envelope = data_.subdata(lineStart, location_ - lineStart);
-            scanBytesInSet(FGByteSet::crlfByteSet());
-            bytes = ChainedData();
-            runStart = runEnd = Data::npos;
-            if (isAtEnd()) break;
+    std::optional<Data> envelope;
+    size_t bodyStart = start;
+    std::vector<size_t> droppedQuotes;  // the ">" each quoted From line loses
+    size_t cursor = start;
+    size_t end = data_.length();
+    while (cursor < data_.length()) {
+        size_t found = data_.find(kFrom, cursor);
+        if (found == Data::npos) break;
+        size_t lineStart = found;
+        while (lineStart > start && bytes[lineStart - 1] == '>') --lineStart;
+        if (!atLineStart(lineStart)) {
+            cursor = found + 1;
             continue;
         }
-        // mboxrd: ">From " quoted once more on writing loses one ">" on reading.
-        size_t quotes = location_;
-        while (quotes < data_.length() && data_[quotes] == '>') ++quotes;
-        if (quotes > location_ && data_.subdataFromLocation(quotes).hasPrefix(kFrom)) {
-            appendView(location_ + 1, quotes);
-            location_ = quotes;
+        if (lineStart < found) {  // a quoted From line
+            if (envelope) droppedQuotes.push_back(lineStart);
+            cursor = found + kFrom.size();
+            continue;
         }
-        size_t contentStart = location_;
-        scanUpToBytesInSet(FGByteSet::crlfByteSet());
-        scanBytesInSet(FGByteSet::crlfByteSet());
-        appendView(contentStart, location_);
-        if (isAtEnd()) break;
+        if (envelope && found > bodyStart) {  // the next message's envelope
+            end = found;
+            break;
+        }
+        // An envelope line (the first, or one with nothing after the previous): start afresh.
+        size_t lineEnd = found;
+        while (lineEnd < data_.length() && bytes[lineEnd] != '\n' && bytes[lineEnd] != '\r') ++lineEnd;
+        envelope = data_.subdata(found, lineEnd - found);
+        bodyStart = lineEnd;
+        while (bodyStart < data_.length() && (bytes[bodyStart] == '\n' || bytes[bodyStart] == '\r')) ++bodyStart;
+        droppedQuotes.clear();
+        cursor = bodyStart;
     }
-    // Every pass moves until the data ends or the next message's "From " line is reached, so nothing is
-    // left over here: the rest of the file belongs to the messages that follow.
-    flushView();
-    Data messageBytes = bytes.flatten();
+    location_ = end;
+
+    ChainedData bytesOut;
+    size_t pieceStart = bodyStart;
+    for (size_t quote : droppedQuotes) {
+        if (quote >= end) break;
+        bytesOut.append(data_.subdata(pieceStart, quote - pieceStart));
+        pieceStart = quote + 1;
+    }
+    if (end > pieceStart) bytesOut.append(data_.subdata(pieceStart, end - pieceStart));
+    Data messageBytes = bytesOut.flatten();
     if (envelope && !envelope->empty() && !messageBytes.empty()) {
         setSlot(fromLine, *envelope);
         setSlot(message, messageBytes);

@@ -9,6 +9,7 @@ const std::vector<Command>& commands() {
         {"encode", "write text as quoted-printable, Q text, an encoded word or an IMAP astring", encodeHelp, runEncode},
         {"decode", "turn quoted-printable or Q text back into bytes", decodeHelp, runDecode},
         {"headers", "show everything a message's header block answers, as JSON", headersHelp, runHeaders},
+        {"bench", "measure how fast a mailbox is read: headers, abstracts, trees, full decoding", benchHelp, runBench},
         {"identifier", "take a message identifier ACCOUNT/CONTENT apart", identifierHelp, runIdentifier},
         {"html", "parse HTML and print it normalised, selected by CSS, or cleaned for delivery", htmlHelp,
          runHtml},

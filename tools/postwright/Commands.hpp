@@ -26,6 +26,8 @@ std::string decodeHelp();
 int runDecode(const std::vector<std::string>& arguments);
 std::string headersHelp();
 int runHeaders(const std::vector<std::string>& arguments);
+std::string benchHelp();
+int runBench(const std::vector<std::string>& arguments);
 std::string identifierHelp();
 int runIdentifier(const std::vector<std::string>& arguments);
 std::string htmlHelp();

@@ -83,5 +83,9 @@ std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding* 
 // The same, trying the preferred encoding first (0 or invalid: no preference).
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
                                                 TextEncoding* encodingUsed);
+// The same with the detector reading only `detectionSample` (the part of the data that tells the charset
+// apart, such as the lines holding 8-bit bytes); each encoding it proposes must still decode all the data.
+std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
+                                                TextEncoding* encodingUsed, const Data& detectionSample);
 
 }  // namespace postwright

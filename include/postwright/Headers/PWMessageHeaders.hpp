@@ -195,6 +195,10 @@ protected:
     mutable OptString contentIdentifier_;
     // Set by every change of a mutable collection, cleared when the content identifier is computed.
     mutable bool mutated_ = false;
+    // The dates read from "Date" and "Received", kept after the first reading (tolerant reading is
+    // costly); a mutable collection drops them on every change.
+    mutable std::optional<std::vector<double>> candidateSentDates_;
+    mutable std::optional<std::vector<double>> possibleReceivedDates_;
 
     friend class PWMutableMessageHeaders;
 };
