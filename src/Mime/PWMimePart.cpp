@@ -177,7 +177,17 @@ void PWMimePart::initialise(PWMessageHeadersRef headers, std::optional<Parameter
         contentType_ = std::move(contentType);
         contentDisposition_ = std::move(disposition);
     }
-    setHeaders(headers);
+    if (given) {
+        // Parsing: the fields were just read from these very headers, so they are only stored (and
+        // observed by a mutable part), not read a second time.
+        {
+            std::lock_guard lock(mutex_);
+            headers_ = headers;
+        }
+        if (isMutable) observeHeaders(headers);
+    } else {
+        setHeaders(headers);
+    }
     {
         std::lock_guard lock(mutex_);
         contentTransferEncoding_ = transferEncoding;
