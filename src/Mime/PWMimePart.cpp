@@ -196,7 +196,6 @@ void PWMimePart::initialise(PWMessageHeadersRef headers, std::optional<Parameter
     }
 
     OptString type, boundary, name;
-    std::optional<ParameterDictionary> currentDisposition;
     {
         std::lock_guard lock(mutex_);
         type = lowercased(contentType_.text(kContentTypeKeyType));
@@ -280,11 +279,13 @@ PWMessageHeadersRef PWMimePart::headers() const {
     OptString transferEncoding;
     std::optional<ParameterDictionary> disposition;
     ParameterDictionary contentType;
+    bool replaced = false;
     {
         std::lock_guard lock(mutex_);
         if (!(mutabilityFlags_ & kMutableFlag)) return headers_;
         target = std::dynamic_pointer_cast<PWMutableMessageHeaders>(headers_);
         if (!target) {
+            replaced = true;
             if (headers_) {
                 target = headers_->mutableCopy();
             } else if (auto parsed = PWMessageHeaders::headersFromData(headerSubdata(sourceMimeData_).value_or(Data()))) {
@@ -297,13 +298,17 @@ PWMessageHeadersRef PWMimePart::headers() const {
         disposition = contentDisposition_;
         contentType = contentType_;
     }
-    if (target.get() != headers_.get()) const_cast<PWMimePart*>(this)->replaceObservedHeaders(target);
+    if (replaced) const_cast<PWMimePart*>(this)->replaceObservedHeaders(target);
 
     // Bring the MIME fields in line with the part's fields. A field is written only when it says something
     // else, so that the fields of an unchanged part keep their received text; these writes are the part's
     // own bookkeeping and do not mark it mutated. The values are given unfolded (the writer folds a
     // mutable field itself, and would encode a value holding line breaks).
-    ++synchronisingHeaders_;
+    struct Synchronising {
+        std::atomic<int>& count;
+        explicit Synchronising(std::atomic<int>& c) : count(c) { ++count; }
+        ~Synchronising() { --count; }
+    } synchronising(synchronisingHeaders_);
     OptString currentEncoding = target->firstHeaderForKey(kMimeHeaderContentTransferEncoding, false);
     if (!transferEncoding) {
         if (currentEncoding) target->removeHeaderForKey(kMimeHeaderContentTransferEncoding);
@@ -322,7 +327,6 @@ PWMessageHeadersRef PWMimePart::headers() const {
         target->setHeader(removeCharacters(detail::contentTypeFieldValue(contentType), u"\r\n"),
                           kMimeHeaderContentType);
     }
-    --synchronisingHeaders_;
     return target;
 }
 

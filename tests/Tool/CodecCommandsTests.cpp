@@ -2,46 +2,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <sys/wait.h>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include "support/ToolRun.hpp"
+
+using postwright::test::ToolRun;
 
 namespace {
-struct ToolRun {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string quoted(const std::string& argument) {
-    std::string out = "'";
-    for (char c : argument) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
-std::string slurp(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
 ToolRun tool(const std::vector<std::string>& arguments, const std::string& input = "") {
-    std::filesystem::path dir = std::filesystem::temp_directory_path() /
-                                ("pw-codec-" + std::to_string(::getpid()) + "-" + std::to_string(std::rand()));
-    std::filesystem::create_directories(dir);
-    std::ofstream(dir / "in", std::ios::binary) << input;
-    std::string command = quoted(PW_TOOL_PATH);
-    for (const std::string& argument : arguments) command += " " + quoted(argument);
-    command += " <" + quoted((dir / "in").string()) + " >" + quoted((dir / "out").string()) + " 2>" +
-               quoted((dir / "err").string());
-    ToolRun run;
-    int raw = std::system(command.c_str());
-    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    run.out = slurp(dir / "out");
-    run.err = slurp(dir / "err");
-    std::filesystem::remove_all(dir);
-    return run;
+    return postwright::test::runTool(arguments, input);
 }
 }  // namespace
 
