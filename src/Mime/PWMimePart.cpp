@@ -874,6 +874,14 @@ void PWMimePart::setContentTransferEncoding(const OptString& encoding) {
 }
 
 void PWMimePart::setSubParts(const std::vector<PWMimePartRef>& subParts) {
+    // A part among its own descendants would make every walk of the tree endless.
+    PWMimePartRef holder;
+    for (const PWMimePart* ancestor = this; ancestor; ancestor = holder.get()) {
+        for (const PWMimePartRef& child : subParts) {
+            if (child.get() == ancestor) throw ProgrammingError("A MimePart cannot contain itself", "PWMimePart");
+        }
+        holder = ancestor->parent();
+    }
     std::vector<PWMimePartRef> previous;
     {
         std::lock_guard lock(mutex_);

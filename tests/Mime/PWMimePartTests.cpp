@@ -311,6 +311,21 @@ TEST(MimePartMutability, AChangeMarksEveryAncestorAndTheSameValueChangesNothing)
     EXPECT_FALSE(fresh->isMutated()) << "setting the value held is no change";
 }
 
+TEST(MimePartMutability, APartCannotBecomeItsOwnDescendant) {
+    auto outer = PWMultipartMimePart::initMutableWithSubtype(u"mixed");
+    auto inner = PWMultipartMimePart::initMutableWithSubtype(u"mixed");
+    outer->addPart(inner);
+    for (const PWMimePartRef& cycle : {PWMimePartRef(outer), PWMimePartRef(inner)}) {
+        try {
+            inner->setSubParts({cycle});
+            ADD_FAILURE() << "no assertion";
+        } catch (const ProgrammingError& error) {
+            EXPECT_STREQ(error.what(), "A MimePart cannot contain itself");
+        }
+    }
+    EXPECT_TRUE(inner->subParts().empty());
+}
+
 TEST(MimePartMutability, SettersKeepTheContentTypeInStep) {
     test::ScopedRecordingLogger quiet;  // the part without a type is logged
     PWMimePartRef root = parseMutablePart(kNestedMessage);

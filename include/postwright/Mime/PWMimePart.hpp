@@ -272,7 +272,9 @@ public:
     // Also becomes the identifier of a part that has none.
     void setContentId(const OptString& contentId);
     void setContentTransferEncoding(const OptString& encoding);
-    // Sets each child's parent link; a child already under another container is not taken from it.
+    // Sets each child's parent link; a child already under another container is not taken from it. A list
+    // that holds this part or one of its ancestors throws ProgrammingError "A MimePart cannot contain
+    // itself" (sourceFile "PWMimePart"), before the mutability assertion.
     void setSubParts(const std::vector<PWMimePartRef>& subParts);
     // Stores the raw body. Unlike the other setters it is allowed on an immutable part, whose serialised
     // form then stays its source bytes; on a mutable part it marks the part mutated.
