@@ -184,7 +184,10 @@ std::u16string PWMessageHeaders::foldedStringForParameterName(std::u16string_vie
         std::u16string rest = u"utf-8'" + preferredLanguage.value_or(u"") + u"'" + encoded;
         long number = 0;
         while (true) {
-            if (signedLength(rest) < 73 - nameLength) {
+            // A name that leaves no room for a segment is written with its value in one piece: cutting the
+            // value into one-character segments would never end once the value is used up, and would grow
+            // with the product of the name's and the value's lengths.
+            if (signedLength(rest) < 73 - nameLength || nameLength >= 68) {
                 std::u16string segmentName = number == 0 ? std::u16string(name) + u"*"
                                                          : formatString(u"%@*%ld*", {name, number});
                 segments.push_back(segmentName + u"=" + rest);
@@ -208,7 +211,7 @@ std::u16string PWMessageHeaders::foldedStringForParameterName(std::u16string_vie
         std::u16string rest(value);
         long number = 0;
         while (true) {
-            if (signedLength(rest) < budget) {
+            if (signedLength(rest) < budget || budget <= 3) {
                 std::u16string segmentName =
                     number == 0 ? std::u16string(name) : formatString(u"%@*%ld", {name, number});
                 segments.push_back(segmentName + u"=" + written(rest));

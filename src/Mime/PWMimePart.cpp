@@ -177,7 +177,17 @@ void PWMimePart::initialise(PWMessageHeadersRef headers, std::optional<Parameter
         contentType_ = std::move(contentType);
         contentDisposition_ = std::move(disposition);
     }
-    setHeaders(headers);
+    if (given) {
+        // Parsing: the fields were just read from these very headers, so they are only stored (and
+        // observed by a mutable part), not read a second time.
+        {
+            std::lock_guard lock(mutex_);
+            headers_ = headers;
+        }
+        if (isMutable) observeHeaders(headers);
+    } else {
+        setHeaders(headers);
+    }
     {
         std::lock_guard lock(mutex_);
         contentTransferEncoding_ = transferEncoding;
@@ -186,7 +196,6 @@ void PWMimePart::initialise(PWMessageHeadersRef headers, std::optional<Parameter
     }
 
     OptString type, boundary, name;
-    std::optional<ParameterDictionary> currentDisposition;
     {
         std::lock_guard lock(mutex_);
         type = lowercased(contentType_.text(kContentTypeKeyType));
@@ -270,11 +279,13 @@ PWMessageHeadersRef PWMimePart::headers() const {
     OptString transferEncoding;
     std::optional<ParameterDictionary> disposition;
     ParameterDictionary contentType;
+    bool replaced = false;
     {
         std::lock_guard lock(mutex_);
         if (!(mutabilityFlags_ & kMutableFlag)) return headers_;
         target = std::dynamic_pointer_cast<PWMutableMessageHeaders>(headers_);
         if (!target) {
+            replaced = true;
             if (headers_) {
                 target = headers_->mutableCopy();
             } else if (auto parsed = PWMessageHeaders::headersFromData(headerSubdata(sourceMimeData_).value_or(Data()))) {
@@ -287,13 +298,17 @@ PWMessageHeadersRef PWMimePart::headers() const {
         disposition = contentDisposition_;
         contentType = contentType_;
     }
-    if (target.get() != headers_.get()) const_cast<PWMimePart*>(this)->replaceObservedHeaders(target);
+    if (replaced) const_cast<PWMimePart*>(this)->replaceObservedHeaders(target);
 
     // Bring the MIME fields in line with the part's fields. A field is written only when it says something
     // else, so that the fields of an unchanged part keep their received text; these writes are the part's
     // own bookkeeping and do not mark it mutated. The values are given unfolded (the writer folds a
     // mutable field itself, and would encode a value holding line breaks).
-    ++synchronisingHeaders_;
+    struct Synchronising {
+        std::atomic<int>& count;
+        explicit Synchronising(std::atomic<int>& c) : count(c) { ++count; }
+        ~Synchronising() { --count; }
+    } synchronising(synchronisingHeaders_);
     OptString currentEncoding = target->firstHeaderForKey(kMimeHeaderContentTransferEncoding, false);
     if (!transferEncoding) {
         if (currentEncoding) target->removeHeaderForKey(kMimeHeaderContentTransferEncoding);
@@ -312,7 +327,6 @@ PWMessageHeadersRef PWMimePart::headers() const {
         target->setHeader(removeCharacters(detail::contentTypeFieldValue(contentType), u"\r\n"),
                           kMimeHeaderContentType);
     }
-    --synchronisingHeaders_;
     return target;
 }
 
@@ -860,6 +874,14 @@ void PWMimePart::setContentTransferEncoding(const OptString& encoding) {
 }
 
 void PWMimePart::setSubParts(const std::vector<PWMimePartRef>& subParts) {
+    // A part among its own descendants would make every walk of the tree endless.
+    PWMimePartRef holder;
+    for (const PWMimePart* ancestor = this; ancestor; ancestor = holder.get()) {
+        for (const PWMimePartRef& child : subParts) {
+            if (child.get() == ancestor) throw ProgrammingError("A MimePart cannot contain itself", "PWMimePart");
+        }
+        holder = ancestor->parent();
+    }
     std::vector<PWMimePartRef> previous;
     {
         std::lock_guard lock(mutex_);

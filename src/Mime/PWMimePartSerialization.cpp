@@ -240,11 +240,18 @@ ChainedData PWMimePart::mimeData() const {
         }
         if (collides) {
             boundary = formatString(kMimeMultipartBoundaryFormatString, {uuidString()});
-            std::lock_guard lock(mutex_);
-            if (generation_ != generation) return mimeData();
-            // Writing a part does not change it, but the boundary it is written with is one of its fields.
-            const_cast<PWMimePart*>(this)->contentType_.set(u"boundary", *boundary);
-            derivedHeaderData_.reset();
+            bool changedMeanwhile;
+            {
+                std::lock_guard lock(mutex_);
+                changedMeanwhile = generation_ != generation;
+                if (!changedMeanwhile) {
+                    // Writing a part does not change it, but the boundary it is written with is one of its
+                    // fields.
+                    const_cast<PWMimePart*>(this)->contentType_.set(u"boundary", *boundary);
+                    derivedHeaderData_.reset();
+                }
+            }
+            if (changedMeanwhile) return mimeData();
         }
     }
 

@@ -124,6 +124,14 @@ TEST(HeaderFolding, HeaderBlockIsOrderedByHintThenName) {
     EXPECT_EQ(headers->foldedHeaderStringWithOptions(4).find(u'\r'), std::u16string::npos);
 }
 
+TEST(ParameterOutput, ANameTooLongForAnySegmentKeepsItsValueInOnePiece) {
+    std::u16string name(140, u'n');
+    EXPECT_EQ(PWMessageHeaders::foldedStringForParameterName(name, u"r"), name + u"=r");
+    EXPECT_EQ(PWMessageHeaders::foldedStringForParameterName(name, std::u16string(500, u'v')),
+              name + u"=" + std::u16string(500, u'v'));
+    EXPECT_EQ(PWMessageHeaders::foldedStringForParameterName(name, u"\u00e9"), name + u"*=utf-8''%C3%A9");
+}
+
 TEST(ParameterOutput, PlainQuotedAndExtendedForms) {
     EXPECT_EQ(PWMessageHeaders::foldedStringForParameterName(u"charset", u"utf-8"), u"charset=utf-8");
     EXPECT_EQ(PWMessageHeaders::foldedStringForParameterName(u"filename", u"my file.pdf"), u"filename=\"my file.pdf\"");

@@ -272,7 +272,9 @@ public:
     // Also becomes the identifier of a part that has none.
     void setContentId(const OptString& contentId);
     void setContentTransferEncoding(const OptString& encoding);
-    // Sets each child's parent link; a child already under another container is not taken from it.
+    // Sets each child's parent link; a child already under another container is not taken from it. A list
+    // that holds this part or one of its ancestors throws ProgrammingError "A MimePart cannot contain
+    // itself" (sourceFile "PWMimePart"), before the mutability assertion.
     void setSubParts(const std::vector<PWMimePartRef>& subParts);
     // Stores the raw body. Unlike the other setters it is allowed on an immutable part, whose serialised
     // form then stays its source bytes; on a mutable part it marks the part mutated.
@@ -291,13 +293,19 @@ public:
     // ---- Serialisation ---------------------------------------------------------------------------------------
 
     // The header block without its blank line: the source's for an unchanged part, else rebuilt from the
-    // fields (folded, continuation lines starting with TAB, UTF-8) and cached.
+    // header collection and the fields, and cached. The received fields are written as they came;
+    // Content-Type and Content-Disposition one parameter per continuation line; Content-Transfer-Encoding
+    // and Content-Id ("<id>") folded by the header writer with TAB continuations; UTF-8.
     Data headerData() const;
     // The whole entity as regions: the source bytes of an unchanged part, else the rebuilt header, a blank
     // line and the content or the children between "--boundary" lines, ending with the close delimiter
-    // (no epilogue, no line break after it). Throws ProgrammingError "header data has invalid CRLF head",
-    // "partData %@ has invalid CRLF head" or "final mime data has invalid CRLF head" (sourceFile
-    // "PWMimePart") should a piece begin with a line break once its leading CR LF pairs are stripped.
+    // (no epilogue, no line break after it); children that are not changed are views of their source.
+    // A rebuilt part uses CR LF, or LF when it was parsed from bytes stored with bare LF line ends (so that
+    // the children it keeps as received are still found). A boundary that occurs at the start of a line
+    // of some child is replaced by a newBoundary()-style one before writing. Throws ProgrammingError
+    // "header data has invalid CRLF head", "partData %@ has invalid CRLF head" or "final mime data has
+    // invalid CRLF head" (sourceFile "PWMimePart") should a piece still begin with CR LF once its leading
+    // line ends are stripped.
     ChainedData mimeData() const;
     // mimeData() as one contiguous buffer (flattened once, then cached with the part's bytes).
     Data mimeNSData() const;
