@@ -18,11 +18,12 @@ std::string quoted(const std::string& argument) {
     return out + "'";
 }
 
-std::string slurp(const std::filesystem::path& path) {
+}  // namespace
+
+std::string fileContents(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
-}  // namespace
 
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& input) {
     static std::atomic<unsigned> counter{0};
@@ -37,8 +38,8 @@ ToolRun runTool(const std::vector<std::string>& arguments, const std::string& in
     ToolRun run;
     int raw = std::system(command.c_str());
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    run.out = slurp(dir / "out");
-    run.err = slurp(dir / "err");
+    run.out = fileContents(dir / "out");
+    run.err = fileContents(dir / "err");
     std::filesystem::remove_all(dir);
     return run;
 }

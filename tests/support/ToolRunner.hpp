@@ -12,6 +12,9 @@ struct ToolRun {
     std::string err;   // standard error
 };
 
+// The bytes of a file (empty when it cannot be read).
+std::string fileContents(const std::string& path);
+
 // Runs the tool with the arguments, feeding `input` on standard input.
 ToolRun runTool(const std::vector<std::string>& arguments, const std::string& input = "");
 
