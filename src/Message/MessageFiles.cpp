@@ -4,9 +4,7 @@
 
 namespace postwright {
 
-namespace {
-// An emlx file starts with a line holding only the message's byte count.
-bool looksLikeEmlx(const Data& file) {
+bool PWMessageContents::isEmlxFileData(const Data& file) {
     size_t lineEnd = file.findByte('\n');
     if (lineEnd == Data::npos || lineEnd == 0 || lineEnd > 20) return false;
     bool digit = false;
@@ -20,7 +18,6 @@ bool looksLikeEmlx(const Data& file) {
     }
     return digit;
 }
-}  // namespace
 
 std::shared_ptr<PWMessageContents> PWMessageContents::messageContentsWithEmlxFileAtURL(const std::string& path,
                                                                                        ErrorRef* error) {
@@ -39,14 +36,20 @@ std::shared_ptr<PWMessageContents> PWMessageContents::messageContentsWithEmlxFil
 std::shared_ptr<PWMessageContents> PWMessageContents::messageContentsWithFile(const std::string& path, ErrorRef* error) {
     std::optional<Data> file = Data::mapFile(path, error);
     if (!file) return nullptr;
+    return messageContentsWithFileData(*file, path, error);
+}
+
+std::shared_ptr<PWMessageContents> PWMessageContents::messageContentsWithFileData(const Data& file,
+                                                                                  const std::string& url,
+                                                                                  ErrorRef* error) {
     std::shared_ptr<PWMessageContents> contents;
-    if (looksLikeEmlx(*file)) {
-        if (std::optional<Data> message = PWMessageHeaders::messageDataFromEmlxData(*file)) {
+    if (isEmlxFileData(file)) {
+        if (std::optional<Data> message = PWMessageHeaders::messageDataFromEmlxData(file)) {
             contents = initWithHeaderAndBodyData(*message, nullptr);
         }
     }
-    if (!contents) contents = initWithHeaderAndBodyData(*file, nullptr);
-    contents->url_ = path;
+    if (!contents) contents = initWithHeaderAndBodyData(file, error);
+    if (contents) contents->url_ = url;
     return contents;
 }
 

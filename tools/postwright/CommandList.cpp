@@ -4,6 +4,10 @@ namespace postwright::tool {
 
 const std::vector<Command>& commands() {
     static const std::vector<Command> list = {
+        {"inspect", "show everything about one message: summary, MIME outline, attachments, or all as JSON",
+         inspectHelp, runInspect},
+        {"index", "summarise every message of mailboxes and folders as JSON lines, in parallel", indexHelp,
+         runIndex},
         {"split", "show where a message's header block ends and its body begins", splitHelp, runSplit},
         {"parse", "run one structured-field scanner operation over a text", parseHelp, runParse},
         {"encode", "write text as quoted-printable, Q text, an encoded word or an IMAP astring", encodeHelp, runEncode},

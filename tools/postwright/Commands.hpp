@@ -42,5 +42,9 @@ std::string extractHelp();
 int runExtract(const std::vector<std::string>& arguments);
 std::string roundtripHelp();
 int runRoundtrip(const std::vector<std::string>& arguments);
+std::string inspectHelp();
+int runInspect(const std::vector<std::string>& arguments);
+std::string indexHelp();
+int runIndex(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

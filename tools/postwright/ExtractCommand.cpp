@@ -3,6 +3,7 @@
 #include <set>
 
 #include "Commands.hpp"
+#include "MessageInput.hpp"
 #include "MimeTree.hpp"
 #include "postwright/Base/Host.hpp"
 #include "postwright/Mime/PWMimeAttachment.hpp"
@@ -35,7 +36,7 @@ std::string unusedPath(const std::string& path, std::set<std::string>& used) {
 
 std::string extractHelp() {
     return std::string(
-               "Usage: postwright extract FILE [--dir D]\n"
+               "Usage: postwright extract FILE [--index N] [--dir D]\n"
                "\n"
                "Writes every attachment of the message to a file and prints, as a JSON array, one object\n"
                "per attachment: identifier, class, type, name, path, bytes written (or error, or\n"
@@ -57,20 +58,21 @@ std::string extractHelp() {
                "  --dir D   the directory to write to (created when missing); without it, the library's\n"
                "            attachment directory under the system's temporary directory\n"
                "\n") +
-           kMimeFileHelp +
+           kMessageFileHelp +
            "\n"
            "Example:\n"
            "  postwright extract examples/multipart.eml --dir /tmp/attachments\n";
 }
 
 int runExtract(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {"dir"}, {});
+    Arguments arguments(argumentList, {"dir", "index"}, {});
     if (!arguments.ok()) return usageError("extract", arguments.error());
     if (arguments.positionals().size() != 1) return usageError("extract", "expects exactly one FILE");
     if (std::optional<std::string> directory = arguments.value("dir")) {
         Application::shared().setAttachmentDirectoryDelegate(std::make_shared<FixedAttachmentDirectory>(*directory));
     }
-    PWMimePartRef root = readRootMimePart(arguments.positionals()[0]);
+    PWMessageContentsRef contents = readMessageContents(arguments, "extract");
+    PWMimePartRef root = contents ? positionalRootMimePart(contents) : nullptr;
     if (!root) return 1;
 
     Json written = Json::array();

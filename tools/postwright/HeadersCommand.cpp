@@ -1,12 +1,13 @@
 // postwright headers FILE: everything the header collection of a message answers.
 #include "Commands.hpp"
+#include "MessageInput.hpp"
 #include "MessageJson.hpp"
 #include "ToolSupport.hpp"
 
 namespace postwright::tool {
 
 std::string headersHelp() {
-    return "Usage: postwright headers FILE\n"
+    return "Usage: postwright headers FILE [--index N]\n"
            "\n"
            "Parses the header block of a message and prints one JSON object:\n"
            "  fields        every field in order of appearance: {\"name\" (as written), \"raw\" (the\n"
@@ -23,24 +24,23 @@ std::string headersHelp() {
            "  contentIdentifier                 the message's 18-character content identifier\n"
            "Values the message lacks are null.\n"
            "\n"
-           "FILE may be a message file, an emlx file, or an mbox file (its first message); \"-\" reads\n"
-           "standard input. --now DATE, --tz ZONE and --locale ID pin the clock, time zone and locale\n"
-           "that tolerant date reading uses.\n"
-           "\n"
+           "--now DATE, --tz ZONE and --locale ID pin the clock, time zone and locale that tolerant\n"
+           "date reading uses.\n"
+           "\n" + std::string(kMessageFileHelp) + "\n"
            "Example:\n"
            "  postwright headers examples/simple.eml\n";
 }
 
 int runHeaders(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {"now", "tz", "locale"}, {});
+    Arguments arguments(argumentList, {"now", "tz", "locale", "index"}, {});
     if (!arguments.ok()) return usageError("headers", arguments.error());
     if (arguments.positionals().size() != 1) return usageError("headers", "expects exactly one FILE");
     std::optional<DateEnvironment::Override> pinned;
     if (int status = pinDateEnvironment("headers", arguments, pinned)) return status;
-    std::optional<Data> message = readMessage(arguments.positionals()[0]);
-    if (!message) return 1;
+    PWMessageContentsRef contents = readMessageContents(arguments, "headers");
+    if (!contents) return 1;
     ErrorRef error;
-    auto headers = PWMessageHeaders::headersFromData(*message, &error);
+    PWMessageHeadersRef headers = contents->headersWithError(&error);
     if (!headers) {
         if (error) return inputError("the header block could not be read: " + toUTF8(error->localizedDescription));
         return inputError("the message is empty");

@@ -162,4 +162,41 @@ Json jsonHeaders(const PWMessageHeaders& headers) {
     return result;
 }
 
+Json jsonAbstract(const FGMessageAbstract& abstract) {
+    auto addresses = [](const std::optional<PWEmailAddressList>& list) {
+        return list ? jsonAddresses(*list) : Json(nullptr);
+    };
+    auto groups = [](const std::optional<PWEmailAddressGroupList>& list) {
+        return list ? jsonGroups(*list) : Json(nullptr);
+    };
+    Json result = Json::object();
+    result["contentIdentifier"] = jsonText(abstract.contentIdentifier());
+    result["subject"] = jsonText(abstract.subject());
+    result["from"] = addresses(abstract.from());
+    result["sender"] = addresses(abstract.sender());
+    result["recipients"] = groups(abstract.recipients());
+    result["ccRecipients"] = groups(abstract.ccRecipients());
+    result["bccRecipients"] = groups(abstract.bccRecipients());
+    result["inferredBccRecipients"] = groups(abstract.inferredBccRecipients());
+    result["replyToRecipients"] = groups(abstract.replyToRecipients());
+    result["dateSent"] = jsonDate(abstract.dateSent());
+    result["dateReceived"] = jsonDate(abstract.dateReceived());
+    result["headerID"] = jsonText(abstract.headerID());
+    result["inReplyToIds"] = jsonTexts(abstract.inReplyToIds());
+    result["references"] = jsonTexts(abstract.references());
+    result["headerIDDigest"] = jsonText(abstract.headerIDDigest());
+    result["inReplyToDigests"] = jsonTexts(abstract.inReplyToDigests());
+    result["referenceDigests"] = jsonTexts(abstract.referenceDigests());
+    std::optional<RFC2822IDHash> hash = abstract.messageIdRFC2822Hash();
+    result["messageIdRFC2822Hash"] = hash ? jsonText(hash->stringRepresentation()) : Json(nullptr);
+    result["inReplytoRFC2822Hashes"] = jsonHashes(abstract.inReplytoRFC2822Hashes());
+    result["referenceRFC2822Hashes"] = jsonHashes(abstract.referenceRFC2822Hashes());
+    result["messageSize"] = abstract.messageSize();
+    result["numberOfAttachments"] = abstract.numberOfAttachments();
+    result["encryptionFlags"] = abstract.encryptionFlags();
+    result["encryptionMethod"] = abstract.encryptionMethod();
+    result["snippet"] = jsonText(abstract.snippet());
+    return result;
+}
+
 }  // namespace postwright::tool

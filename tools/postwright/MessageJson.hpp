@@ -15,6 +15,7 @@
 #include "postwright/Headers/PWEmailAddress.hpp"
 #include "postwright/Headers/PWEmailAddressGroup.hpp"
 #include "postwright/Headers/PWMessageHeaders.hpp"
+#include "postwright/Message/FGMessageAbstract.hpp"
 
 namespace postwright::tool {
 
@@ -29,6 +30,9 @@ Json jsonDate(const std::optional<double>& date);  // null for nil
 // Everything a header collection answers: "fields" (every field in order of appearance as {"name",
 // "raw", "value", "sortHint"}) and the typed views under the accessors' names (null where nil).
 Json jsonHeaders(const PWMessageHeaders& headers);
+// Every field of a message abstract under its own name: addresses and groups as above, dates as ISO
+// 8601, hashes as their string representation, null where the abstract holds nil.
+Json jsonAbstract(const FGMessageAbstract& abstract);
 
 // A date given on the command line: milliseconds since 1970, or ISO 8601 ("2024-03-05",
 // "2024-03-05T09:04:00", with optional ".SSS" and "Z" or "+01:00"; without a zone it is UTC).

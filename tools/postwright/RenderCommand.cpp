@@ -2,13 +2,14 @@
 #include <cstdio>
 
 #include "Commands.hpp"
+#include "MessageInput.hpp"
 #include "MimeTree.hpp"
 
 namespace postwright::tool {
 
 std::string renderHelp() {
     return std::string(
-               "Usage: postwright render FILE [--plain] [--json]\n"
+               "Usage: postwright render FILE [--index N] [--plain] [--json]\n"
                "\n"
                "Prints the HTML fragment of the message's root part for a rich display (not JSON):\n"
                "  - an HTML part gives its body's inner HTML, with \"cid:\" references rewritten to the\n"
@@ -27,17 +28,18 @@ std::string renderHelp() {
                "  --json    print {\"html\": ..., \"relatedAttachments\": [identifiers]} instead: the\n"
                "            attachments the fragment refers to or lists\n"
                "\n") +
-           kMimeFileHelp +
+           kMessageFileHelp +
            "\n"
            "Example:\n"
            "  postwright render examples/multipart.eml\n";
 }
 
 int runRender(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {}, {"plain", "json"});
+    Arguments arguments(argumentList, {"index"}, {"plain", "json"});
     if (!arguments.ok()) return usageError("render", arguments.error());
     if (arguments.positionals().size() != 1) return usageError("render", "expects exactly one FILE");
-    PWMimePartRef root = readRootMimePart(arguments.positionals()[0]);
+    PWMessageContentsRef contents = readMessageContents(arguments, "render");
+    PWMimePartRef root = contents ? positionalRootMimePart(contents) : nullptr;
     if (!root) return 1;
     int context = arguments.flag("plain") ? kMimeDisplayContextPlainText : kMimeDisplayContextRich;
     std::vector<PWMimePartRef> related;

@@ -1,13 +1,13 @@
 // postwright roundtrip FILE: does the message's MIME tree write itself back?
 #include "Commands.hpp"
-#include "MimeTree.hpp"
+#include "MessageInput.hpp"
 #include "postwright/Mime/MimeRoundTrip.hpp"
 
 namespace postwright::tool {
 
 std::string roundtripHelp() {
     return std::string(
-               "Usage: postwright roundtrip FILE\n"
+               "Usage: postwright roundtrip FILE [--index N]\n"
                "\n"
                "Checks that the message's MIME tree writes itself back:\n"
                "  1. the untouched tree gives back the input byte for byte;\n"
@@ -23,22 +23,20 @@ std::string roundtripHelp() {
                "\"attachment\" disposition, so a named text part comes back as an attachment) and\n"
                "passed. The exit status is 0 when everything held, 1 on any difference.\n"
                "\n") +
-           kMimeFileHelp +
+           kMessageFileHelp +
            "\n"
            "Example:\n"
            "  postwright roundtrip examples/multipart.eml\n";
 }
 
 int runRoundtrip(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {}, {});
+    Arguments arguments(argumentList, {"index"}, {});
     if (!arguments.ok()) return usageError("roundtrip", arguments.error());
     if (arguments.positionals().size() != 1) return usageError("roundtrip", "expects exactly one FILE");
-    std::optional<Data> file = readInput(arguments.positionals()[0]);
-    if (!file) return 1;
-    std::optional<Data> message = messageBytesOfFile(*file);
-    if (!message) return inputError("no message in " + arguments.positionals()[0]);
+    PWMessageContentsRef contents = readMessageContents(arguments, "roundtrip");
+    if (!contents) return 1;
 
-    MimeRoundTripReport report = checkMimeRoundTrip(*message);
+    MimeRoundTripReport report = checkMimeRoundTrip(contents->contentData());
     Json differences = Json::array(), notes = Json::array();
     for (const std::u16string& line : report.differences) differences.push_back(jsonText(line));
     for (const std::u16string& line : report.notes) notes.push_back(jsonText(line));

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "Commands.hpp"
+#include "MessageInput.hpp"
 #include "MimeTree.hpp"
 #include "postwright/Html/HTMLDocument.hpp"
 #include "postwright/Mime/PWMimeAttachment.hpp"
@@ -41,7 +42,7 @@ OptString readerText(const PWMimePartRef& part) {
 
 std::string textHelp() {
     return std::string(
-               "Usage: postwright text FILE\n"
+               "Usage: postwright text FILE [--index N]\n"
                "\n"
                "Prints the plain text a reader of the message sees, decoded from its transfer encoding\n"
                "and charset (with fallbacks when the declared charset is wrong). Of a multipart/alternative\n"
@@ -50,17 +51,18 @@ std::string textHelp() {
                "alternative shows the text of its markup. Attachments show nothing: list them with\n"
                "`postwright tree`, write them out with `postwright extract`.\n"
                "\n") +
-           kMimeFileHelp +
+           kMessageFileHelp +
            "\n"
            "Example:\n"
            "  postwright text examples/simple.eml\n";
 }
 
 int runText(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {}, {});
+    Arguments arguments(argumentList, {"index"}, {});
     if (!arguments.ok()) return usageError("text", arguments.error());
     if (arguments.positionals().size() != 1) return usageError("text", "expects exactly one FILE");
-    PWMimePartRef root = readRootMimePart(arguments.positionals()[0]);
+    PWMessageContentsRef contents = readMessageContents(arguments, "text");
+    PWMimePartRef root = contents ? positionalRootMimePart(contents) : nullptr;
     if (!root) return 1;
     std::string text = toUTF8(readerText(root).value_or(u""));
     text += '\n';

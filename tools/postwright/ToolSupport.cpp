@@ -1,8 +1,5 @@
 #include "ToolSupport.hpp"
 
-#include "postwright/Base/DataScanner.hpp"
-#include "postwright/Headers/PWMessageHeaders.hpp"
-
 #include <unistd.h>
 
 #include <cstdio>
@@ -73,31 +70,6 @@ std::optional<Data> readInput(const std::string& path) {
     std::optional<Data> data = Data::mapFile(path, &error);
     if (!data) inputError("cannot read " + path + ": " + toUTF8(error ? error->localizedDescription : u"unknown error"));
     return data;
-}
-
-Data messageDataOfFile(const Data& file) {
-    if (file.hasPrefix("From ")) {
-        FGDataScanner scanner(file);
-        Data fromLine, message;
-        if (scanner.scanMboxMessage(&fromLine, &message) && !message.empty()) return message;
-        return file;
-    }
-    size_t lineEnd = file.findByte('\n');
-    bool countLine = lineEnd != Data::npos && lineEnd > 0 && lineEnd < 24;
-    for (size_t i = 0; countLine && i < lineEnd; ++i) {
-        uint8_t c = file[i];
-        countLine = (c >= '0' && c <= '9') || c == ' ' || c == '\t' || c == '\r';
-    }
-    if (countLine) {
-        if (std::optional<Data> message = PWMessageHeaders::messageDataFromEmlxData(file)) return *message;
-    }
-    return file;
-}
-
-std::optional<Data> readMessage(const std::string& path) {
-    std::optional<Data> file = readInput(path);
-    if (!file) return std::nullopt;
-    return messageDataOfFile(*file);
 }
 
 int usageError(const std::string& command, const std::string& message) {

@@ -45,11 +45,6 @@ private:
 // Reads FILE (memory-mapped) or standard input for "-". On failure prints a message and returns nullopt.
 std::optional<Data> readInput(const std::string& path);
 
-// The message in a message file: an mbox file gives its first message, an emlx file its counted bytes,
-// anything else is the message itself. On failure prints a message and returns nullopt.
-std::optional<Data> readMessage(const std::string& path);
-Data messageDataOfFile(const Data& file);
-
 // Prints "postwright COMMAND: message" to stderr and returns the usage-error status 2.
 int usageError(const std::string& command, const std::string& message);
 // Prints "postwright: message" to stderr and returns the failure status 1.

@@ -1,12 +1,13 @@
 // postwright tree FILE: the MIME tree of a message as JSON.
 #include "Commands.hpp"
+#include "MessageInput.hpp"
 #include "MimeTree.hpp"
 
 namespace postwright::tool {
 
 std::string treeHelp() {
     return std::string(
-               "Usage: postwright tree FILE\n"
+               "Usage: postwright tree FILE [--index N]\n"
                "\n"
                "Parses the message into its MIME tree and prints the tree as one JSON object, the root\n"
                "part with its children nested in \"children\". Each part shows:\n"
@@ -34,17 +35,18 @@ std::string treeHelp() {
                "Multiparts nested deeper than 64 levels are not split further: the deepest one keeps its\n"
                "body as content.\n"
                "\n") +
-           kMimeFileHelp +
+           kMessageFileHelp +
            "\n"
            "Example:\n"
            "  postwright tree examples/multipart.eml\n";
 }
 
 int runTree(const std::vector<std::string>& argumentList) {
-    Arguments arguments(argumentList, {}, {});
+    Arguments arguments(argumentList, {"index"}, {});
     if (!arguments.ok()) return usageError("tree", arguments.error());
     if (arguments.positionals().size() != 1) return usageError("tree", "expects exactly one FILE");
-    PWMimePartRef root = readRootMimePart(arguments.positionals()[0]);
+    PWMessageContentsRef contents = readMessageContents(arguments, "tree");
+    PWMimePartRef root = contents ? positionalRootMimePart(contents) : nullptr;
     if (!root) return 1;
     printJSON(jsonMimePart(*root));
     return 0;

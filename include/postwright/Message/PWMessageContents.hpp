@@ -70,6 +70,11 @@ public:
     // A message file: an mbox file gives its first message, an emlx file its counted bytes, anything else
     // is message bytes. nullptr (with the file error) when the file cannot be read.
     static std::shared_ptr<PWMessageContents> messageContentsWithFile(const std::string& path, ErrorRef* error = nullptr);
+    // The same for the bytes of a message file already in memory (standard input, say); url names it.
+    static std::shared_ptr<PWMessageContents> messageContentsWithFileData(const Data& file, const std::string& url,
+                                                                          ErrorRef* error = nullptr);
+    // Whether a file's bytes are an emlx file: a first line holding only the message's byte count.
+    static bool isEmlxFileData(const Data& file);
     static std::shared_ptr<PWMessageContents> messageContentsWithEmlxFileAtURL(const std::string& path,
                                                                                ErrorRef* error = nullptr);
 
