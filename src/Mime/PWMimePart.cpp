@@ -53,8 +53,25 @@ struct PWMimePart::EntityPartition {
         // Leading white space and blank lines are not part of the entity (RFC 2046 allows a line break
         // after the boundary line); trailing bytes stay, they belong to the body.
         std::optional<Data> trimmed = dataByTrimmingBytesInCharacterSet(data, whiteSpaceAndLineBreaks(), 1);
-        if (trimmed) partitionIntoHeaderData(*trimmed, &partition.header, &partition.body, kDelimiterAny, &partition.delimiter);
+        if (!trimmed) return partition;
+        partitionIntoHeaderData(*trimmed, &partition.header, &partition.body, kDelimiterAny, &partition.delimiter);
+        // An entity whose first line is no header field has no header block: a part that starts with its
+        // blank line, or mail written without headers. All of it is body, rather than being read as a
+        // header block without fields and lost.
+        if (partition.header && !beginsWithHeaderField(*trimmed) && !trimmed->hasPrefix("From ")) {
+            partition.header.reset();
+            partition.body = *trimmed;
+        }
         return partition;
+    }
+
+    // A field name (printable ASCII without the colon), optional blanks, then a colon.
+    static bool beginsWithHeaderField(const Data& data) {
+        size_t i = 0;
+        while (i < data.length() && data[i] > ' ' && data[i] < 0x7F && data[i] != ':') ++i;
+        if (i == 0) return false;
+        while (i < data.length() && (data[i] == ' ' || data[i] == '\t')) ++i;
+        return i < data.length() && data[i] == ':';
     }
 };
 

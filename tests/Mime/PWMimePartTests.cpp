@@ -189,6 +189,20 @@ TEST(MimePartCreation, AMultipartThatCannotBeSplitKeepsItsBodyAndReportsWhy) {
     EXPECT_EQ(unsplit->contentData(), "plain text");
 }
 
+TEST(MimePartCreation, AnEntityWithoutHeaderFieldsIsAllBody) {
+    // A part that starts with its blank line has no header block; its text must not be read as one.
+    PWMimePartRef root = parsePart("Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\nBlah blah\r\n"
+                                   "--b\r\nContent-Type: text/plain\r\n\r\nsecond\r\n--b--\r\n");
+    ASSERT_EQ(root->subParts().size(), 2u);
+    EXPECT_EQ(partAt(root, {0})->contentData(), "Blah blah");
+    EXPECT_EQ(partAt(root, {0})->plainContent(), u"Blah blah");
+    EXPECT_EQ(partAt(root, {1})->plainContent(), u"second");
+
+    // Mail written without headers: the whole text is the body.
+    EXPECT_EQ(parsePart("\nJust text,\nover two lines.\n")->contentData(), "Just text,\nover two lines.\n");
+    EXPECT_EQ(parsePart("Not: a body\n")->contentData(), "") << "a header block without a blank line stays headers";
+}
+
 TEST(MimePartReading, InheritsCharsetAndTransferEncodingFromTheParent) {
     test::ScopedRecordingLogger quiet;  // the part without a type is logged
     PWMimePartRef root = parsePart(kNestedMessage);
