@@ -113,14 +113,11 @@ std::optional<std::u16string> decodeHeaderBlock(const Data& block, TextEncoding*
     return newByDecodingData(block, kNoEncoding, used, linesWithEightBitBytes(block));
 }
 
-std::u16string removeLineBreaks(std::u16string_view text) {
-    std::u16string out;
-    out.reserve(text.size());
-    for (char16_t c : text) {
-        if (!isLineEnd(c)) out.push_back(c);
-    }
-    return out;
+std::u16string removeLineBreaks(std::u16string text) {
+    text.erase(std::remove_if(text.begin(), text.end(), isLineEnd), text.end());
+    return text;
 }
+
 }  // namespace
 
 // ---- Construction ---------------------------------------------------------------------------------------
@@ -366,6 +363,7 @@ OptString PWMessageHeaders::headerID() const {
 
 std::optional<std::vector<std::u16string>> PWMessageHeaders::inReplyToIds() const {
     std::vector<std::u16string> identifiers = messageIdsInHeaderWithKey(PWMessageHeaderInReplyToKey, true);
+    if (identifiers.empty()) return std::nullopt;
     for (const char16_t* recipients : {PWMessageHeaderToKey, PWMessageHeaderCcKey, PWMessageHeaderBccKey}) {
         for (const std::u16string& other : messageIdsInHeaderWithKey(recipients, false)) {
             identifiers.erase(std::remove(identifiers.begin(), identifiers.end(), other), identifiers.end());

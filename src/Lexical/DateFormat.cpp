@@ -166,6 +166,14 @@ std::optional<double> DateFormatter::dateFromString(std::u16string_view text) {
     return date;
 }
 
+bool DateFormatter::readsPrefixOf(std::u16string_view text) {
+    implementation_->refreshZone();
+    icu::UnicodeString source = alias(text);
+    icu::ParsePosition position(0);
+    implementation_->format->parse(source, position);
+    return position.getErrorIndex() < 0 && position.getIndex() > 0;
+}
+
 OptString localizedDateFormatPattern(DateFormatterStyle dateStyle, DateFormatterStyle timeStyle,
                                      const std::string& localeIdentifier) {
     if (dateStyle == DateFormatterStyle::None && timeStyle == DateFormatterStyle::None) return std::nullopt;
@@ -515,6 +523,10 @@ std::vector<double> votedDates(std::u16string_view text) {
     std::vector<std::pair<double, size_t>> votes;
     std::u16string pattern;
     for (const std::u16string& datePattern : patterns.dates) {
+        // Patterns are read left to right: when the date pattern cannot read the start of the text, no
+        // date-and-time pattern that begins with it can read the whole text.
+        formatter.setPattern(datePattern);
+        if (!formatter.readsPrefixOf(input)) continue;
         for (const std::u16string& timePattern : patterns.times) {
             pattern = datePattern;
             if (!timePattern.empty()) {

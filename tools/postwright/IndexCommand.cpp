@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -14,7 +14,6 @@
 #include <thread>
 
 #include "Commands.hpp"
-#include "postwright/Base/Host.hpp"
 #include "MessageJson.hpp"
 #include "postwright/Message/FGMessageAbstract.hpp"
 #include "postwright/Message/PWMBoxMessageContents.hpp"
@@ -114,9 +113,9 @@ IndexResult summarise(const IndexJob& job) {
     Json line = Json::object();
     line["source"] = *job.source;
     line["position"] = job.position;
-    for (const char* key : {"contentIdentifier", "subject", "from", "sender", "recipients", "ccRecipients",
-                            "bccRecipients", "dateSent", "dateReceived", "headerIDDigest", "inReplyToDigests",
-                            "references", "messageSize"}) {
+    for (const char* key :
+         {"contentIdentifier", "subject", "from", "sender", "recipients", "ccRecipients", "bccRecipients", "dateSent",
+          "dateReceived", "headerIDDigest", "inReplyToDigests", "references", "messageSize"}) {
         line[key] = std::move(summary[key]);
     }
     Json attachments = Json::array();
@@ -253,7 +252,8 @@ void produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipelin
             std::optional<Data> data = Data::mapFile(file, &error);
             if (!data) {
                 bool posix = error && error->domain == kPOSIXErrorDomain;
-                report(file + ": cannot read (" + (posix ? std::strerror(static_cast<int>(error->code)) : "unknown error") + ")");
+                report(file + ": cannot read (" +
+                       (posix ? std::strerror(static_cast<int>(error->code)) : "unknown error") + ")");
                 continue;
             }
             if (data->empty()) {
@@ -265,8 +265,10 @@ void produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipelin
             if (!data->hasPrefix("From ")) {
                 if (looksLikeMboxName(file)) {
                     std::lock_guard lock(reportLock);
-                    std::fprintf(stderr, "\rpostwright index: %s: no \"From \" line at its start, so it is read as "
-                                 "one message\n", file.c_str());
+                    std::fprintf(stderr,
+                                 "\rpostwright index: %s: no \"From \" line at its start, so it is read as "
+                                 "one message\n",
+                                 file.c_str());
                 }
                 pipeline.push(IndexJob{source, 0, Data(), *data});
                 continue;
@@ -282,11 +284,6 @@ void produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipelin
     }
     pipeline.finish();
 }
-
-class QuietLogger : public Logger {
-public:
-    void logForCategory(std::string_view, std::u16string_view) override {}
-};
 
 std::string megabytes(size_t bytes) {
     char text[32];
@@ -305,7 +302,7 @@ int runIndex(const std::vector<std::string>& argumentList) {
     unsigned workers = static_cast<unsigned>(jobs.value_or(std::max(1u, std::thread::hardware_concurrency())));
     if (workers == 0 || workers > 256) return usageError("index", "--jobs takes 1 to 256 threads");
 
-    if (!arguments.flag("verbose")) Application::shared().setLogger(std::make_shared<QuietLogger>());
+    if (!arguments.flag("verbose")) quietLibraryLog();
 
     FILE* output = stdout;
     if (std::optional<std::string> path = arguments.value("output")) {

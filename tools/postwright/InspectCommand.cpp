@@ -166,8 +166,8 @@ void printSummary(const std::string& path, const Inspection& inspection) {
     if (abstract.dateReceived() != abstract.dateSent()) printField("Received:", dateLine(abstract.dateReceived()));
     printField("Message-Id:", toUTF8(abstract.headerID().value_or(u"")));
     printField("Identifier:", toUTF8(abstract.contentIdentifier().value_or(u"")));
-    printField("Size:", groupedNumber(contents.size()) + " bytes, " + groupedNumber(contents.contentSize()) +
-                            " decoded");
+    printField("Size:",
+               groupedNumber(contents.size()) + " bytes, " + groupedNumber(contents.contentSize()) + " decoded");
     uint64_t flags = contents.encryptionFlags();
     std::string security;
     if (flags & kMessageDigitallySigned) security = "signed";

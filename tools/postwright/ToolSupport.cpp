@@ -1,5 +1,7 @@
 #include "ToolSupport.hpp"
 
+#include "postwright/Base/Host.hpp"
+
 #include <unistd.h>
 
 #include <cstdio>
@@ -68,8 +70,17 @@ std::optional<Data> readInput(const std::string& path) {
     }
     ErrorRef error;
     std::optional<Data> data = Data::mapFile(path, &error);
-    if (!data) inputError("cannot read " + path + ": " + toUTF8(error ? error->localizedDescription : u"unknown error"));
+    if (!data)
+        inputError("cannot read " + path + ": " + toUTF8(error ? error->localizedDescription : u"unknown error"));
     return data;
+}
+
+void quietLibraryLog() {
+    class QuietLogger : public Logger {
+    public:
+        void logForCategory(std::string_view, std::u16string_view) override {}
+    };
+    Application::shared().setLogger(std::make_shared<QuietLogger>());
 }
 
 int usageError(const std::string& command, const std::string& message) {
@@ -83,9 +94,13 @@ int inputError(const std::string& message) {
     return 1;
 }
 
-Json jsonText(const OptString& text) { return text ? Json(toUTF8(*text)) : Json(nullptr); }
+Json jsonText(const OptString& text) {
+    return text ? Json(toUTF8(*text)) : Json(nullptr);
+}
 
-Json jsonText(std::u16string_view text) { return Json(toUTF8(text)); }
+Json jsonText(std::u16string_view text) {
+    return Json(toUTF8(text));
+}
 
 Json jsonError(const ErrorRef& error) {
     if (!error) return nullptr;
@@ -147,11 +162,21 @@ std::string unescapeArgument(const std::string& text) {
         }
         char next = text[++i];
         switch (next) {
-            case 'r': out.push_back('\r'); break;
-            case 'n': out.push_back('\n'); break;
-            case 't': out.push_back('\t'); break;
-            case '0': out.push_back('\0'); break;
-            case '\\': out.push_back('\\'); break;
+            case 'r':
+                out.push_back('\r');
+                break;
+            case 'n':
+                out.push_back('\n');
+                break;
+            case 't':
+                out.push_back('\t');
+                break;
+            case '0':
+                out.push_back('\0');
+                break;
+            case '\\':
+                out.push_back('\\');
+                break;
             case 'x':
                 if (i + 2 < text.size() && isxdigit(static_cast<unsigned char>(text[i + 1])) &&
                     isxdigit(static_cast<unsigned char>(text[i + 2]))) {

@@ -45,6 +45,10 @@ private:
 // Reads FILE (memory-mapped) or standard input for "-". On failure prints a message and returns nullopt.
 std::optional<Data> readInput(const std::string& path);
 
+// Silences the library's log lines (unknown MIME types, undecodable words) for the rest of the process:
+// commands that read thousands of messages keep them for --verbose.
+void quietLibraryLog();
+
 // Prints "postwright COMMAND: message" to stderr and returns the usage-error status 2.
 int usageError(const std::string& command, const std::string& message);
 // Prints "postwright: message" to stderr and returns the failure status 1.

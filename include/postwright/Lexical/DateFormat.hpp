@@ -53,6 +53,8 @@ public:
     // over after the date also makes it fail). Fields the pattern lacks default to 1970-01-01 00:00:00 in
     // the formatter's zone; two-digit years are read within the 80 years before and 20 after now.
     std::optional<double> dateFromString(std::u16string_view text);
+    // Whether the pattern reads a date from the start of the text, whatever follows it.
+    bool readsPrefixOf(std::u16string_view text);
 
 private:
     struct Implementation;
