@@ -454,13 +454,27 @@ std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding* 
     return newByDecodingData(data, kNoEncoding, encodingUsed);
 }
 
-std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
-                                                TextEncoding* encodingUsed) {
-    return newByDecodingData(data, preferredEncoding, encodingUsed, data);
+Data charsetDetectionSample(const Data& data, size_t limit) {
+    std::string sample;
+    size_t lineStart = 0;
+    while (lineStart < data.length() && sample.size() < limit) {
+        size_t lineEnd = data.findByte('\n', lineStart);
+        if (lineEnd == Data::npos) lineEnd = data.length();
+        std::string_view line = data.view().substr(lineStart, lineEnd - lineStart);
+        if (std::any_of(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
+            sample.append(line.substr(0, limit - sample.size()));
+            sample.push_back('\n');
+        }
+        lineStart = lineEnd + 1;
+    }
+    return Data::adopting(std::move(sample));
 }
 
-std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
-                                                TextEncoding* encodingUsed, const Data& detectionSample) {
+namespace {
+// The decoding order; the detection sample is only made when the detector is needed.
+template <typename MakeSample>
+std::optional<std::u16string> decodeTryingInOrder(const Data& data, TextEncoding preferredEncoding,
+                                                  TextEncoding* encodingUsed, MakeSample makeSample) {
     auto attempt = [&](TextEncoding encoding) -> std::optional<std::u16string> {
         std::optional<std::u16string> text = stringFromData(data, encoding);
         if (text) setSlot(encodingUsed, encoding);
@@ -471,10 +485,21 @@ std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding p
     }
     if (auto text = attempt(kASCIIStringEncoding)) return text;
     if (auto text = attempt(kUTF8StringEncoding)) return text;
-    for (TextEncoding encoding : detectedEncodings(detectionSample)) {
+    for (TextEncoding encoding : detectedEncodings(makeSample())) {
         if (auto text = attempt(encoding)) return text;
     }
     return attempt(kWindowsCP1252StringEncoding);
+}
+}  // namespace
+
+std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
+                                                TextEncoding* encodingUsed) {
+    return decodeTryingInOrder(data, preferredEncoding, encodingUsed, [&] { return charsetDetectionSample(data); });
+}
+
+std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
+                                                TextEncoding* encodingUsed, const Data& detectionSample) {
+    return decodeTryingInOrder(data, preferredEncoding, encodingUsed, [&] { return detectionSample; });
 }
 
 }  // namespace postwright

@@ -86,31 +86,13 @@ private:
     std::vector<HeaderEntryDictionary::EntryList> lists_;
 };
 
-// The lines of a header block that hold 8-bit bytes: only they tell a legacy charset apart, and the
-// charset detector's cost grows with what it reads.
-Data linesWithEightBitBytes(const Data& block) {
-    std::string sample;
-    size_t lineStart = 0;
-    while (lineStart < block.length()) {
-        size_t lineEnd = block.findByte('\n', lineStart);
-        if (lineEnd == Data::npos) lineEnd = block.length();
-        std::string_view line = block.view().substr(lineStart, lineEnd - lineStart);
-        if (!isASCII(line)) {
-            sample.append(line);
-            sample.push_back('\n');
-        }
-        lineStart = lineEnd + 1;
-    }
-    return Data::adopting(std::move(sample));
-}
-
 // Header bytes to text: ASCII, UTF-8, the charset the detector reads in the 8-bit lines, Windows-1252.
 std::optional<std::u16string> decodeHeaderBlock(const Data& block, TextEncoding* used) {
     if (std::optional<std::u16string> ascii = stringFromData(block, kASCIIStringEncoding)) {
         *used = kASCIIStringEncoding;
         return ascii;
     }
-    return newByDecodingData(block, kNoEncoding, used, linesWithEightBitBytes(block));
+    return newByDecodingData(block, kNoEncoding, used);
 }
 
 std::u16string removeLineBreaks(std::u16string text) {

@@ -80,9 +80,13 @@ TextEncoding fastestEncoding(std::u16string_view text);
 // detector proposes (only those the library numbers, most confident first), then Windows-1252, which
 // accepts any bytes. The encoding used goes into encodingUsed. Empty bytes give empty text (ASCII).
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding* encodingUsed);
-// The same, trying the preferred encoding first (0 or invalid: no preference).
+// The same, trying the preferred encoding first (0 or invalid: no preference). The detector reads the
+// detection sample of the data (see below).
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
                                                 TextEncoding* encodingUsed);
+// What the charset detector is given to read: the lines that hold 8-bit bytes, up to `limit` bytes. Only
+// they tell legacy charsets apart, and the detector's cost grows with what it reads.
+Data charsetDetectionSample(const Data& data, size_t limit = 64 * 1024);
 // The same with the detector reading only `detectionSample` (the part of the data that tells the charset
 // apart, such as the lines holding 8-bit bytes); each encoding it proposes must still decode all the data.
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
