@@ -430,8 +430,10 @@ std::vector<TextEncoding> detectedEncodings(const Data& data) {
     std::vector<TextEncoding> found;
     if (data.length() > static_cast<size_t>(INT32_MAX)) return found;
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<UCharsetDetector, decltype(&ucsdet_close)> detector(ucsdet_open(&status), ucsdet_close);
-    if (U_FAILURE(status)) return found;
+    // Opening a detector sets up every recogniser; each thread keeps one and gives it new text.
+    thread_local std::unique_ptr<UCharsetDetector, decltype(&ucsdet_close)> detector(ucsdet_open(&status),
+                                                                                      ucsdet_close);
+    if (!detector) return found;
     ucsdet_setText(detector.get(), reinterpret_cast<const char*>(data.bytes()), static_cast<int32_t>(data.length()),
                    &status);
     int32_t count = 0;

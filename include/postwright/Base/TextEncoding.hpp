@@ -86,7 +86,7 @@ std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding p
                                                 TextEncoding* encodingUsed);
 // What the charset detector is given to read: the lines that hold 8-bit bytes, up to `limit` bytes. Only
 // they tell legacy charsets apart, and the detector's cost grows with what it reads.
-Data charsetDetectionSample(const Data& data, size_t limit = 64 * 1024);
+Data charsetDetectionSample(const Data& data, size_t limit = 16 * 1024);
 // The same with the detector reading only `detectionSample` (the part of the data that tells the charset
 // apart, such as the lines holding 8-bit bytes); each encoding it proposes must still decode all the data.
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
