@@ -129,8 +129,34 @@ bool scanNameAddr(Scanner& scanner, OptString* displayName, OptString* localName
     return false;
 }
 
+// Whether a phrase starting at `start` cannot end in a colon, told from the characters alone: a special
+// that no phrase holds (outside quotes and comments) comes before any colon. Closed quoted strings are
+// skipped; comments, escapes, encoded words and unclosed quotes stop the look-ahead, because reading them
+// may give an error record that counts.
+bool phraseCannotEndInColon(std::u16string_view text, size_t start) {
+    for (size_t i = start; i < text.size(); ++i) {
+        switch (text[i]) {
+            case u'<': case u'>': case u',': case u';': case u'@': case u'[': case u']':
+                return true;
+            case u'"': {  // a closed quoted string reads without an error; skip it
+                size_t end = i + 1;
+                while (end < text.size() && text[end] != u'"') end += text[end] == u'\\' ? 2 : 1;
+                if (end >= text.size()) return false;
+                i = end;
+                break;
+            }
+            case u':': case u'(': case u'\\': case u'=':
+                return false;
+            default:
+                break;
+        }
+    }
+    return true;
+}
+
 bool scanGroupName(Scanner& scanner, OptString* groupName, unsigned options, GrammarError* error) {
     size_t start = scanner.scanLocation();
+    if (phraseCannotEndInColon(scanner.string(), start)) return false;
     OptString phrase;
     bool ok = withLexicalSlot(error, [&](ErrorRef* slot) {
         return scanner.scanRFC2822PhraseIntoString(&phrase, phraseOptions(options), slot);
