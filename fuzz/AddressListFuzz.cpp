@@ -13,11 +13,6 @@
 using namespace postwright;
 
 namespace {
-class SilentLogger : public Logger {
-public:
-    void logForCategory(std::string_view, std::u16string_view) override {}
-};
-
 void checkAddress(const std::shared_ptr<PWEmailAddress>& address) {
     if (!address) return;
     if (OptString form = address->rfc2822Representation()) {
@@ -41,11 +36,7 @@ void checkGroups(const PWEmailAddressGroupList& groups) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    static const bool silenced = [] {
-        Application::shared().setLogger(std::make_shared<SilentLogger>());
-        return true;
-    }();
-    (void)silenced;
+    fuzz::silenceLibraryLog();
     std::u16string text = fuzz::textFromFuzzBytes(bytes, size);
 
     for (unsigned options : {0u, 4u, 7u}) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "postwright/Base/Host.hpp"
 #include "postwright/Base/Text.hpp"
 
 namespace postwright::fuzz {
@@ -21,6 +22,20 @@ inline std::u16string textFromFuzzBytes(const uint8_t* data, size_t size) {
     text.reserve(length / 2);
     for (size_t i = 0; i + 1 < length; i += 2) text.push_back(static_cast<char16_t>(rest[i] | (rest[i + 1] << 8)));
     return text;
+}
+
+// Keeps the library's log lines (unknown types, undecodable words) out of the fuzzer's output; called at
+// the start of every input, it installs the silent logger once.
+inline void silenceLibraryLog() {
+    class SilentLogger : public Logger {
+    public:
+        void logForCategory(std::string_view, std::u16string_view) override {}
+    };
+    static const bool silenced = [] {
+        Application::shared().setLogger(std::make_shared<SilentLogger>());
+        return true;
+    }();
+    (void)silenced;
 }
 
 }  // namespace postwright::fuzz

@@ -3,6 +3,7 @@
 // file. The reader must move forward on every message and hand out views inside the input.
 #include <cstdint>
 
+#include "FuzzSupport.hpp"
 #include "postwright/Base/Host.hpp"
 #include "postwright/Message/FGMessageAbstract.hpp"
 #include "postwright/Message/PWMBoxMessageContents.hpp"
@@ -10,11 +11,6 @@
 using namespace postwright;
 
 namespace {
-class SilentLogger : public Logger {
-public:
-    void logForCategory(std::string_view, std::u16string_view) override {}
-};
-
 void readContents(const PWMessageContentsRef& contents) {
     if (!contents) return;
     auto abstract = FGMessageAbstract::newWithMessageContents(contents);
@@ -30,11 +26,7 @@ void readContents(const PWMessageContentsRef& contents) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    static const bool silenced = [] {
-        Application::shared().setLogger(std::make_shared<SilentLogger>());
-        return true;
-    }();
-    (void)silenced;
+    fuzz::silenceLibraryLog();
     Data input = Data::withStaticBytes(bytes, size);
     MboxReader reader(input);
     size_t previous = 0;

@@ -2,6 +2,7 @@
 // the untouched tree's bytes checked against the input.
 #include <cstdint>
 
+#include "FuzzSupport.hpp"
 #include "postwright/Base/Host.hpp"
 #include "postwright/Mime/MimeRoundTrip.hpp"
 #include "postwright/Mime/PWMimeAttachment.hpp"
@@ -9,19 +10,8 @@
 
 using namespace postwright;
 
-namespace {
-class SilentLogger : public Logger {
-public:
-    void logForCategory(std::string_view, std::u16string_view) override {}
-};
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    static const bool silenced = [] {
-        Application::shared().setLogger(std::make_shared<SilentLogger>());
-        return true;
-    }();
-    (void)silenced;
+    fuzz::silenceLibraryLog();
     Data input = Data::withStaticBytes(bytes, size);
     ErrorRef error;
     PWMimePartRef root = PWMimePart::newMimePartWithRFC2822Data(input, u"0", &error);
