@@ -225,8 +225,33 @@ std::vector<std::string> filesOfPath(const std::string& path, std::vector<std::s
     return files;
 }
 
-struct Totals {
-    size_t messages = 0, malformed = 0, skipped = 0, bytes = 0;
+// Standard error while index runs: per-file messages, and the progress line when it is a terminal (each
+// message first clears the progress line, which the next refresh redraws).
+class Reporter {
+public:
+    explicit Reporter(bool showProgress) : showProgress_(showProgress) {}
+
+    void fileMessage(const std::string& message, bool skipped) {
+        std::lock_guard lock(mutex_);
+        std::fprintf(stderr, "%spostwright index: %s\n", clearLine(), message.c_str());
+        if (skipped) ++skipped_;
+    }
+    void progress(size_t messages) {
+        if (!showProgress_) return;
+        std::lock_guard lock(mutex_);
+        std::fprintf(stderr, "%s%zu messages indexed...", clearLine(), messages);
+        std::fflush(stderr);
+    }
+    const char* clearLine() const { return showProgress_ ? "\r\x1b[K" : ""; }
+    size_t skipped() {
+        std::lock_guard lock(mutex_);
+        return skipped_;
+    }
+
+private:
+    std::mutex mutex_;
+    bool showProgress_;
+    size_t skipped_ = 0;
 };
 
 bool looksLikeMboxName(const std::string& path) {
@@ -236,13 +261,10 @@ bool looksLikeMboxName(const std::string& path) {
 }
 
 // Gives the pipeline every message of every file; reports files that give none.
-void produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipeline, Totals& totals,
-                 std::mutex& reportLock) {
-    auto report = [&](const std::string& message) {
-        std::lock_guard lock(reportLock);
-        std::fprintf(stderr, "\rpostwright index: %s\n", message.c_str());
-        ++totals.skipped;
-    };
+// Returns the bytes of the files read.
+size_t produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipeline, Reporter& reporter) {
+    auto report = [&](const std::string& message) { reporter.fileMessage(message, true); };
+    size_t bytes = 0;
     for (const std::string& path : paths) {
         std::vector<std::string> errors;
         std::vector<std::string> files = filesOfPath(path, &errors);
@@ -260,15 +282,12 @@ void produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipelin
                 report(file + ": empty file, skipped");
                 continue;
             }
-            totals.bytes += data->length();
+            bytes += data->length();
             auto source = std::make_shared<const std::string>(file);
             if (!data->hasPrefix("From ")) {
                 if (looksLikeMboxName(file)) {
-                    std::lock_guard lock(reportLock);
-                    std::fprintf(stderr,
-                                 "\rpostwright index: %s: no \"From \" line at its start, so it is read as "
-                                 "one message\n",
-                                 file.c_str());
+                    reporter.fileMessage(file + ": no \"From \" line at its start, so it is read as one message",
+                                         false);
                 }
                 pipeline.push(IndexJob{source, 0, Data(), *data});
                 continue;
@@ -283,6 +302,7 @@ void produceJobs(const std::vector<std::string>& paths, OrderedPipeline& pipelin
         }
     }
     pipeline.finish();
+    return bytes;
 }
 
 std::string megabytes(size_t bytes) {
@@ -314,8 +334,7 @@ int runIndex(const std::vector<std::string>& argumentList) {
 
     auto start = std::chrono::steady_clock::now();
     OrderedPipeline pipeline(workers * 256);
-    Totals totals;
-    std::mutex reportLock;
+    Reporter reporter(isatty(STDERR_FILENO));
     std::vector<std::thread> pool;
     for (unsigned i = 0; i < workers; ++i) {
         pool.emplace_back([&] {
@@ -324,32 +343,27 @@ int runIndex(const std::vector<std::string>& argumentList) {
             while (pipeline.take(&job, &number)) pipeline.complete(number, summarise(job));
         });
     }
-    std::thread producer([&] { produceJobs(arguments.positionals(), pipeline, totals, reportLock); });
+    size_t bytes = 0;
+    std::thread producer([&] { bytes = produceJobs(arguments.positionals(), pipeline, reporter); });
 
-    bool showProgress = isatty(STDERR_FILENO);
-    size_t writtenBytes = 0;
+    size_t messages = 0, malformed = 0;
     auto lastProgress = start;
     IndexResult result;
     bool timedOut = false;
     while (pipeline.next(&result, std::chrono::milliseconds(200), &timedOut)) {
         if (!timedOut) {
             if (!result.error.empty()) {
-                std::lock_guard lock(reportLock);
-                std::fprintf(stderr, "\rpostwright index: %s\n", result.error.c_str());
-                ++totals.skipped;
+                reporter.fileMessage(result.error, true);
             } else {
                 std::fwrite(result.line.data(), 1, result.line.size(), output);
-                ++totals.messages;
-                totals.malformed += result.malformed ? 1 : 0;
-                writtenBytes += result.line.size();
+                ++messages;
+                malformed += result.malformed ? 1 : 0;
             }
         }
         auto now = std::chrono::steady_clock::now();
-        if (showProgress && now - lastProgress > std::chrono::milliseconds(250)) {
+        if (now - lastProgress > std::chrono::milliseconds(250)) {
             lastProgress = now;
-            std::lock_guard lock(reportLock);
-            std::fprintf(stderr, "\r%zu messages indexed...", totals.messages);
-            std::fflush(stderr);
+            reporter.progress(messages);
         }
     }
     producer.join();
@@ -358,14 +372,14 @@ int runIndex(const std::vector<std::string>& argumentList) {
     if (output != stdout) writeFailed = std::fclose(output) != 0 || writeFailed;
 
     double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    std::fprintf(stderr, "%s%zu messages, %s in %.2f s (%.1f MB/s, %u %s); %zu malformed", showProgress ? "\r" : "",
-                 totals.messages, megabytes(totals.bytes).c_str(), seconds,
-                 static_cast<double>(totals.bytes) / 1e6 / std::max(seconds, 1e-9), workers,
-                 workers == 1 ? "thread" : "threads", totals.malformed);
-    if (totals.skipped) std::fprintf(stderr, "; %zu skipped", totals.skipped);
+    std::fprintf(stderr, "%s%zu messages, %s in %.2f s (%.1f MB/s, %u %s); %zu malformed", reporter.clearLine(),
+                 messages, megabytes(bytes).c_str(), seconds,
+                 static_cast<double>(bytes) / 1e6 / std::max(seconds, 1e-9), workers,
+                 workers == 1 ? "thread" : "threads", malformed);
+    if (size_t skipped = reporter.skipped()) std::fprintf(stderr, "; %zu skipped", skipped);
     std::fprintf(stderr, "\n");
     if (writeFailed) return inputError("the output could not be written completely");
-    return totals.messages == 0 ? 1 : 0;
+    return messages == 0 ? 1 : 0;
 }
 
 }  // namespace postwright::tool
