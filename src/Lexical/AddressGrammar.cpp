@@ -130,22 +130,41 @@ bool scanNameAddr(Scanner& scanner, OptString* displayName, OptString* localName
 }
 
 // Whether a phrase starting at `start` cannot end in a colon, told from the characters alone: a special
-// that no phrase holds (outside quotes and comments) comes before any colon. Closed quoted strings are
-// skipped; comments, escapes, encoded words and unclosed quotes stop the look-ahead, because reading them
-// may give an error record that counts.
+// that no phrase holds comes before any colon outside quoted strings and comments. Reading a phrase gives
+// an error record only for a quoted string that is not closed or holds what quoted text may not, so the
+// look-ahead skips closed quoted strings of printable ASCII and closed comments, and gives up (the phrase
+// is then read) on anything else in quotes, on an unclosed comment, and on a backslash.
 bool phraseCannotEndInColon(std::u16string_view text, size_t start) {
     for (size_t i = start; i < text.size(); ++i) {
         switch (text[i]) {
             case u'<': case u'>': case u',': case u';': case u'@': case u'[': case u']':
                 return true;
-            case u'"': {  // a closed quoted string reads without an error; skip it
+            case u'"': {
                 size_t end = i + 1;
-                while (end < text.size() && text[end] != u'"') end += text[end] == u'\\' ? 2 : 1;
+                while (end < text.size() && text[end] != u'"') {
+                    if (text[end] < 0x20 || text[end] > 0x7E) return false;
+                    end += text[end] == u'\\' ? 2 : 1;
+                }
                 if (end >= text.size()) return false;
                 i = end;
                 break;
             }
-            case u':': case u'(': case u'\\': case u'=':
+            case u'(': {
+                size_t depth = 0, end = i;
+                for (; end < text.size(); ++end) {
+                    if (text[end] == u'\\') {
+                        ++end;
+                    } else if (text[end] == u'(') {
+                        ++depth;
+                    } else if (text[end] == u')' && --depth == 0) {
+                        break;
+                    }
+                }
+                if (end >= text.size()) return false;
+                i = end;
+                break;
+            }
+            case u':': case u'\\':
                 return false;
             default:
                 break;

@@ -62,7 +62,13 @@ std::optional<Data> PWMessageContents::bodyData() const { return bodySubdata(con
 PWMimePartRef PWMessageContents::rootMimePart() const {
     std::lock_guard lock(mutex_);
     if (rootMimePart_) return rootMimePart_;
-    rootMimePart_ = PWMimePart::newMimePartWithRFC2822Data(contentData_, contentIdentifier_);
+    if (headers_) {
+        std::optional<Data> headerBlock = headerSubdata(contentData_);
+        rootMimePart_ = PWMimePart::newMimePartWithRFC2822Data(contentData_, contentIdentifier_, headers_,
+                                                               headerBlock.value_or(Data()));
+    } else {
+        rootMimePart_ = PWMimePart::newMimePartWithRFC2822Data(contentData_, contentIdentifier_);
+    }
     if (!rootMimePart_) logMessage(u"Could Not Mime Parse data!");
     return rootMimePart_;
 }

@@ -101,13 +101,24 @@ PWMimePartRef PWMimePart::newMimePartWithRFC2822Data(const Data& data, const Opt
     return createPart(data, identifier, isMutable, error, 0);
 }
 
+PWMimePartRef PWMimePart::newMimePartWithRFC2822Data(const Data& data, const OptString& identifier,
+                                                     const PWMessageHeadersRef& headers, const Data& headerBlock,
+                                                     ErrorRef* error) {
+    return createPart(data, identifier, false, error, 0, headers, &headerBlock);
+}
+
 PWMimePartRef PWMimePart::createPart(const Data& data, const OptString& identifier, bool isMutable, ErrorRef* error,
-                                     size_t depth) {
+                                     size_t depth, const PWMessageHeadersRef& parsedHeaders, const Data* parsedBlock) {
     setSlot(error, nullptr);
     if (data.empty()) return nullptr;
     EntityPartition partition = EntityPartition::of(data);
     PWMessageHeadersRef headers;
-    if (partition.header) {
+    bool sameBlock = parsedHeaders && parsedBlock && partition.header &&
+                     partition.header->bytes() == parsedBlock->bytes() &&
+                     partition.header->length() == parsedBlock->length();
+    if (sameBlock) {
+        headers = parsedHeaders;
+    } else if (partition.header) {
         ErrorRef headerError;
         headers = PWMessageHeaders::headersFromData(*partition.header, &headerError);
         if (headerError) {

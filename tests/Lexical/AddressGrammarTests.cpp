@@ -279,6 +279,26 @@ TEST(AddressList, EveryAddressEndsUpInAGroup) {
     EXPECT_FALSE(ok) << "the outcome does not depend on the caller's slot";
 }
 
+TEST(AddressList, GroupNamesAreFoundBehindQuotesCommentsAndEncodedWords) {
+    // Group names are looked for before every mailbox; quoted strings and comments may hide a colon or an
+    // angle bracket, and must not be mistaken for the end of a phrase.
+    EXPECT_EQ(describe(addressList(u"\"Team <A>\" (the: one) Crew: c@example.net; \"x: y\" <d@example.com>")),
+              (std::vector<std::u16string>{u"Team <A>Crew: c@example.net", u"-: d@example.com"}));
+    EXPECT_EQ(describe(addressList(u"=?utf-8?Q?Gr=C3=BCppe?=: a@example.com;")),
+              (std::vector<std::u16string>{u"=?utf-8?Q?Gr=C3=BCppe?=: a@example.com"}));
+    EXPECT_EQ(describe(addressList(u"(unclosed <a@example.com>")).size(), 1u) << "no group, still read";
+
+    // A quoted string with text that quoted strings may not hold is an error wherever it stands.
+    bool ok = true;
+    ErrorRef error;
+    addressList(u"a@example.com, \"J\u20ACrgen\" <j@example.com>", 4, &ok, &error);
+    bool okAfterGroup = true;
+    ErrorRef errorAfterGroup;
+    addressList(u"T: a@example.com;, \"J\u20ACrgen\" <j@example.com>", 4, &okAfterGroup, &errorAfterGroup);
+    EXPECT_EQ(ok, okAfterGroup);
+    EXPECT_EQ(error == nullptr, errorAfterGroup == nullptr);
+}
+
 TEST(AddressGrammarRobustness, HostileInputNeverCrashesOrHangs) {
     std::u16string longPhrase(100 * 1024, u'a');
     for (size_t i = 7; i < longPhrase.size(); i += 8) longPhrase[i] = u' ';

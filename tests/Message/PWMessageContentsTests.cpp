@@ -41,6 +41,18 @@ TEST(PWMessageContents, ParsesLazilyAndAnswersFromItsViews) {
     EXPECT_EQ(contents->encryptionFlags(), 0u);
 }
 
+TEST(PWMessageContents, TheRootSharesTheParsedHeaderBlock) {
+    auto contents = PWMessageContents::initWithHeaderAndBodyData(Data::withString(kAlternative));
+    EXPECT_EQ(contents->rootMimePart()->headers(), contents->headers()) << "one parse of the same bytes";
+    EXPECT_EQ(contents->rootMimePart()->subParts().size(), 2u);
+
+    // Leading blank lines are trimmed from the entity, so its header block is other bytes: parsed anew.
+    auto indented = PWMessageContents::initWithHeaderAndBodyData(Data::withString(std::string("\r\n") + kAlternative));
+    ASSERT_TRUE(indented->rootMimePart());
+    EXPECT_NE(indented->rootMimePart()->headers(), indented->headers());
+    EXPECT_EQ(indented->rootMimePart()->subParts().size(), 2u);
+}
+
 TEST(PWMessageContents, RendersDocumentsForEachContext) {
     auto contents = PWMessageContents::initWithHeaderAndBodyData(Data::withString(kAlternative));
     std::u16string rich = contents->htmlDocumentWithContext(kMessageDisplayRich);

@@ -1,5 +1,6 @@
 #include "MessageInput.hpp"
 
+#include "postwright/Lexical/DataRFC2822.hpp"
 #include "postwright/Message/PWMBoxMessageContents.hpp"
 
 namespace postwright::tool {
@@ -47,7 +48,9 @@ PWMessageContentsRef readMessageContents(Arguments& arguments, const char* comma
 
 PWMimePartRef positionalRootMimePart(const PWMessageContentsRef& contents) {
     ErrorRef error;
-    PWMimePartRef root = PWMimePart::newMimePartWithRFC2822Data(contents->contentData(), u"0", &error);
+    Data message = contents->contentData();
+    PWMimePartRef root = PWMimePart::newMimePartWithRFC2822Data(message, u"0", contents->headers(),
+                                                                headerSubdata(message).value_or(Data()), &error);
     if (!root) {
         inputError(error ? "the message does not parse: " + toUTF8(error->localizedDescription)
                          : "the message is empty");

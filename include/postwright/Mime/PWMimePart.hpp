@@ -120,6 +120,12 @@ public:
                                                         ErrorRef* error = nullptr) {
         return newMimePartWithRFC2822Data(data, identifier, true, error);
     }
+    // The immutable root of a message whose header block is parsed already (message contents parse it
+    // first): `headers`, read from the bytes `headerBlock`, serve the root when its own header block is
+    // those same bytes, so that the block is not parsed and decoded twice.
+    static PWMimePartRef newMimePartWithRFC2822Data(const Data& data, const OptString& identifier,
+                                                    const PWMessageHeadersRef& headers, const Data& headerBlock,
+                                                    ErrorRef* error = nullptr);
 
     // The designated initialiser, on an instance of cls: headers, content-type and disposition info that
     // are not given are read from the data's header block. Always returns a part (the error slot may still
@@ -327,8 +333,11 @@ protected:
 private:
     struct EntityPartition;
 
+    // parsedHeaders, when given, were read from parsedBlock and are used if the entity's header block is
+    // that view.
     static PWMimePartRef createPart(const Data& data, const OptString& identifier, bool isMutable, ErrorRef* error,
-                                    size_t depth);
+                                    size_t depth, const PWMessageHeadersRef& parsedHeaders = nullptr,
+                                    const Data* parsedBlock = nullptr);
     void initialise(PWMessageHeadersRef headers, std::optional<ParameterDictionary> contentTypeInfo,
                     std::optional<ParameterDictionary> contentDispositionInfo, const Data& data,
                     const OptString& identifier, bool isMutable, ErrorRef* error, size_t depth,
