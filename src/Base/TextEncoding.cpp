@@ -201,12 +201,13 @@ std::optional<std::u16string> decodeUTF8(const uint8_t* bytes, size_t length) {
         bytes += 3;
         length -= 3;
     }
-    std::u16string out;
-    out.reserve(length);
+    // Never more code units than bytes: written in place, trimmed at the end.
+    std::u16string out(length, u'\0');
+    char16_t* written = out.data();
     size_t i = 0;
     while (i < length) {
         // ASCII runs take the fast path.
-        while (i < length && bytes[i] < 0x80) out.push_back(static_cast<char16_t>(bytes[i++]));
+        while (i < length && bytes[i] < 0x80) *written++ = static_cast<char16_t>(bytes[i++]);
         if (i >= length) break;
         if (length - i > static_cast<size_t>(INT32_MAX)) return std::nullopt;
         int32_t index = 0;
@@ -216,12 +217,13 @@ std::optional<std::u16string> decodeUTF8(const uint8_t* bytes, size_t length) {
         if (c < 0) return std::nullopt;
         i += static_cast<size_t>(index);
         if (c <= 0xFFFF) {
-            out.push_back(static_cast<char16_t>(c));
+            *written++ = static_cast<char16_t>(c);
         } else {
-            out.push_back(U16_LEAD(c));
-            out.push_back(U16_TRAIL(c));
+            *written++ = U16_LEAD(c);
+            *written++ = U16_TRAIL(c);
         }
     }
+    out.resize(static_cast<size_t>(written - out.data()));
     return out;
 }
 
