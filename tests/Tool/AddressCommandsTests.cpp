@@ -53,9 +53,9 @@ TEST(AddressCommands, ParseKindsPrintAddressAndGroupObjects) {
     EXPECT_FALSE(unclosed["ok"].get<bool>());
     EXPECT_EQ(unclosed["error"]["code"], 3);
 
-    auto spec = parse({"addr-spec", "jqp"});
-    EXPECT_EQ(spec["error"]["code"], 5);
-    EXPECT_EQ(spec["error"]["debugDescription"], "Malformed Email Address Spec: jqp");
+    auto addrSpec = parse({"addr-spec", "jqp"});
+    EXPECT_EQ(addrSpec["error"]["code"], 5);
+    EXPECT_EQ(addrSpec["error"]["debugDescription"], "Malformed Email Address Spec: jqp");
     EXPECT_TRUE(parse({"addresses", "a@example.com, ;"})["value"].is_null());
 }
 
