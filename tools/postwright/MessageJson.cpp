@@ -92,6 +92,10 @@ Json jsonTexts(const std::optional<std::vector<std::u16string>>& texts) {
     return jsonOptionalList(texts, [](const std::u16string& text) { return jsonText(text); });
 }
 
+Json addresses(const std::optional<PWEmailAddressList>& list) { return list ? jsonAddresses(*list) : Json(nullptr); }
+
+Json groups(const std::optional<PWEmailAddressGroupList>& list) { return list ? jsonGroups(*list) : Json(nullptr); }
+
 Json jsonHashes(const std::optional<std::vector<RFC2822IDHash>>& hashes) {
     return jsonOptionalList(hashes, [](const RFC2822IDHash& hash) { return jsonText(hash.stringRepresentation()); });
 }
@@ -125,12 +129,6 @@ Json jsonHeaders(const PWMessageHeaders& headers) {
     }
     result["fields"] = fields;
     result["subject"] = jsonText(headers.subject());
-    auto addresses = [](const std::optional<PWEmailAddressList>& list) {
-        return list ? jsonAddresses(*list) : Json(nullptr);
-    };
-    auto groups = [](const std::optional<PWEmailAddressGroupList>& list) {
-        return list ? jsonGroups(*list) : Json(nullptr);
-    };
     result["from"] = addresses(headers.from());
     result["sender"] = addresses(headers.sender());
     result["recipients"] = groups(headers.recipients());
@@ -163,12 +161,6 @@ Json jsonHeaders(const PWMessageHeaders& headers) {
 }
 
 Json jsonAbstract(const FGMessageAbstract& abstract) {
-    auto addresses = [](const std::optional<PWEmailAddressList>& list) {
-        return list ? jsonAddresses(*list) : Json(nullptr);
-    };
-    auto groups = [](const std::optional<PWEmailAddressGroupList>& list) {
-        return list ? jsonGroups(*list) : Json(nullptr);
-    };
     Json result = Json::object();
     result["contentIdentifier"] = jsonText(abstract.contentIdentifier());
     result["subject"] = jsonText(abstract.subject());
