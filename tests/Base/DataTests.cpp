@@ -2,6 +2,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <string>
+#include <vector>
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
@@ -28,6 +31,27 @@ TEST(Data, FindsBytesAndPrefixes) {
     EXPECT_EQ(data.findByte('c', 9), Data::npos);
     EXPECT_TRUE(data.hasPrefix("a\r"));
     EXPECT_FALSE(Data().hasPrefix("a"));
+}
+
+// The search works in blocks of 16 positions with a tail after them; matches that straddle a block, sit in
+// the tail, start where the search starts or end at the last byte must all be found, and near misses (first
+// and last byte right, a middle byte wrong) must not be. Checked against the standard library's search.
+TEST(Data, FindAgreesWithAPlainSearchAtEveryOffset) {
+    std::mt19937 random(7);
+    const std::string alphabet = "From x\r\n";
+    for (int round = 0; round < 3000; ++round) {
+        std::string haystack(random() % 70, ' ');
+        for (char& c : haystack) c = alphabet[random() % alphabet.size()];
+        std::string needle = std::vector<std::string>{"From ", "\r\n\r\n", "\r\n", "Fx", "\r\n--x--"}[random() % 5];
+        if (random() % 3 == 0 && haystack.size() >= needle.size()) {
+            haystack.replace(random() % (haystack.size() - needle.size() + 1), needle.size(), needle);
+        }
+        size_t from = haystack.empty() ? 0 : random() % (haystack.size() + 1);
+        size_t expected = std::string_view(haystack).find(needle, from);
+        Data data = Data::withString(haystack);
+        ASSERT_EQ(data.find(needle, from), expected == std::string_view::npos ? Data::npos : expected)
+            << "needle " << needle.size() << " bytes, from " << from << " in " << haystack.size() << " bytes";
+    }
 }
 
 TEST(Data, MapsFilesAndReportsWhatFails) {
