@@ -3,9 +3,13 @@
 // address instead of failing the list.
 #include "postwright/Lexical/AddressGrammar.hpp"
 
+#include <array>
+#include <cstdint>
+
 #include "Lexical/detail/AddressGrammarCore.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 #include "postwright/Headers/PWEmailAddressGroup.hpp"
+#include "postwright/Lexical/CharacterSetRFC2822.hpp"
 #include "postwright/Lexical/EmailParserError.hpp"
 #include "postwright/Lexical/MimeEncoding.hpp"
 #include "postwright/Lexical/Scanner.hpp"
@@ -129,27 +133,62 @@ bool scanNameAddr(Scanner& scanner, OptString* displayName, OptString* localName
     return false;
 }
 
-// Whether a phrase starting at `start` cannot end in a colon, told from the characters alone: a special
-// that no phrase holds comes before any colon outside quoted strings and comments. Reading a phrase gives
-// an error record only for a quoted string that is not closed or holds what quoted text may not, so the
-// look-ahead skips closed quoted strings of printable ASCII and closed comments, and gives up (the phrase
-// is then read) on anything else in quotes, on an unclosed comment, and on a backslash.
-bool phraseCannotEndInColon(std::u16string_view text, size_t start) {
+// What the characters alone tell about a group name (a phrase and a colon) starting at `start`.
+enum class GroupNameAhead {
+    None,       // a special that no phrase holds comes before any colon outside quoted strings and comments
+    Plain,      // atom characters, dots and blanks (the first an atom character) and then a colon
+    MustRead,   // anything else: only reading the phrase tells
+};
+
+// How the look-ahead treats each character.
+enum class AheadClass : uint8_t { Other, Plain, Special, Quote, Comment, Colon, Backslash };
+
+AheadClass aheadClass(char16_t c) {
+    static const std::array<AheadClass, 128> kASCII = [] {
+        std::array<AheadClass, 128> table{};
+        for (char16_t d = 0; d < 128; ++d) {
+            table[d] = rfc2822atomTextSet().contains(d) || d == u'.' || d == u' ' || d == u'\t' ? AheadClass::Plain
+                                                                                             : AheadClass::Other;
+        }
+        for (char16_t d : std::u16string_view(u"<>,;@[]")) table[d] = AheadClass::Special;
+        table[u'"'] = AheadClass::Quote;
+        table[u'('] = AheadClass::Comment;
+        table[u':'] = AheadClass::Colon;
+        table[u'\\'] = AheadClass::Backslash;
+        return table;
+    }();
+    if (c < 128) return kASCII[c];
+    return rfc2822atomTextSet().contains(c) ? AheadClass::Plain : AheadClass::Other;
+}
+
+// Reading a phrase gives an error record only for a quoted string that is not closed or holds what quoted
+// text may not, so the look-ahead skips closed quoted strings of printable ASCII and closed comments, and
+// leaves the rest (other quoted strings, an unclosed comment, a backslash) to the phrase scanner. Plain
+// text before a colon is exactly what the phrase scanner consumes, without any error, so it needs no
+// reading either. *colon receives the colon's position for a plain name.
+GroupNameAhead lookAheadForGroupName(std::u16string_view text, size_t start, size_t* colon) {
+    bool plain = start < text.size() && rfc2822atomTextSet().contains(text[start]);
     for (size_t i = start; i < text.size(); ++i) {
-        switch (text[i]) {
-            case u'<': case u'>': case u',': case u';': case u'@': case u'[': case u']':
-                return true;
-            case u'"': {
+        switch (aheadClass(text[i])) {
+            case AheadClass::Plain:
+                break;
+            case AheadClass::Other:
+                plain = false;
+                break;
+            case AheadClass::Special:
+                return GroupNameAhead::None;
+            case AheadClass::Quote: {
                 size_t end = i + 1;
                 while (end < text.size() && text[end] != u'"') {
-                    if (text[end] < 0x20 || text[end] > 0x7E) return false;
+                    if (text[end] < 0x20 || text[end] > 0x7E) return GroupNameAhead::MustRead;
                     end += text[end] == u'\\' ? 2 : 1;
                 }
-                if (end >= text.size()) return false;
+                if (end >= text.size()) return GroupNameAhead::MustRead;
                 i = end;
+                plain = false;
                 break;
             }
-            case u'(': {
+            case AheadClass::Comment: {
                 size_t depth = 0, end = i;
                 for (; end < text.size(); ++end) {
                     if (text[end] == u'\\') {
@@ -160,25 +199,35 @@ bool phraseCannotEndInColon(std::u16string_view text, size_t start) {
                         break;
                     }
                 }
-                if (end >= text.size()) return false;
+                if (end >= text.size()) return GroupNameAhead::MustRead;
                 i = end;
+                plain = false;
                 break;
             }
-            case u':': case u'\\':
-                return false;
-            default:
-                break;
+            case AheadClass::Colon:
+                if (!plain) return GroupNameAhead::MustRead;
+                *colon = i;
+                return GroupNameAhead::Plain;
+            case AheadClass::Backslash:
+                return GroupNameAhead::MustRead;
         }
     }
-    return true;
+    return GroupNameAhead::None;
 }
 
 bool scanGroupName(Scanner& scanner, OptString* groupName, unsigned options, GrammarError* error) {
     size_t start = scanner.scanLocation();
-    if (phraseCannotEndInColon(scanner.string(), start)) return false;
+    size_t colon = 0;
+    GroupNameAhead ahead = lookAheadForGroupName(scanner.string(), start, &colon);
+    if (ahead == GroupNameAhead::None) return false;
+    if (ahead == GroupNameAhead::Plain && !groupName) {
+        scanner.setScanLocation(colon + 1);
+        scanner.scanFoldingWhiteSpace();
+        return true;
+    }
     OptString phrase;
     bool ok = withLexicalSlot(error, [&](ErrorRef* slot) {
-        return scanner.scanRFC2822PhraseIntoString(&phrase, phraseOptions(options), slot);
+        return scanner.scanRFC2822PhraseIntoString(groupName ? &phrase : nullptr, phraseOptions(options), slot);
     });
     if (ok && scanner.scanString(u":")) {
         scanner.scanFoldingWhiteSpace();

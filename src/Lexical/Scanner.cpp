@@ -4,6 +4,10 @@
 
 namespace postwright {
 
+namespace {
+bool isASCIILetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
+}  // namespace
+
 Scanner Scanner::emailAddressScannerWithString(const OptString& string) {
     return Scanner(string.value_or(std::u16string()));
 }
@@ -16,6 +20,14 @@ bool Scanner::advance(size_t n) noexcept {
 
 bool Scanner::scanString(std::u16string_view literal, std::u16string* into) {
     if (literal.empty() || literal.size() > string_.size() - location_) return false;
+    // The grammar's punctuation (".", ":", ",", "<", ...): no character folds to one, so case makes no
+    // difference and one comparison decides.
+    if (literal.size() == 1 && !isASCIILetter(literal[0])) {
+        if (string_[location_] != literal[0]) return false;
+        setSlot(into, std::u16string(literal));
+        ++location_;
+        return true;
+    }
     std::u16string_view here = std::u16string_view(string_).substr(location_, literal.size());
     bool same = caseSensitive_ ? here == literal : equalsIgnoringCase(here, literal);
     if (!same) return false;

@@ -13,6 +13,12 @@ namespace postwright {
 namespace {
 bool isPhraseTrimmed(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
+// The characters folding white space can start with (white space, CR LF or a bare LF). The scanners
+// below are tried at almost every position of a header; checking the first character first lets the
+// common failure cost one comparison.
+bool startsFoldingWhiteSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
+bool startsCommentFoldingWhiteSpace(char16_t c) { return startsFoldingWhiteSpace(c) || c == u'('; }
+
 CharacterSet tokenSet(std::u16string_view specials) {
     CharacterSet set = CharacterSet::withRanges({{0x21, 0x7E - 0x21 + 1}});
     set.removeCharacters(specials);
@@ -34,6 +40,7 @@ bool Scanner::scanCRLF() {
 }
 
 bool Scanner::scanRFC2822FoldingWhiteSpaceIntoString(OptString* result) {
+    if (!startsFoldingWhiteSpace(currentCharacter())) return false;
     size_t start = location_;
     scanCharactersFromSet(rfc2822WSPcharacterSet());
     scanCRLF();
@@ -44,6 +51,7 @@ bool Scanner::scanRFC2822FoldingWhiteSpaceIntoString(OptString* result) {
 }
 
 bool Scanner::scanRFC2822CommentFoldingWhiteSpace() {
+    if (!startsCommentFoldingWhiteSpace(currentCharacter())) return false;
     size_t start = location_;
     while (!isAtEnd()) {
         size_t iterationStart = location_;
@@ -161,6 +169,7 @@ bool Scanner::scanQuotedPairIntoString(OptString* result, ErrorRef*) {
 }
 
 bool Scanner::scanRFC2822AtomIntoString(OptString* result, ErrorRef*) {
+    if (!result) return scanCharactersFromSet(rfc2822atomTextSet());
     std::u16string atom;
     if (!scanCharactersFromSet(rfc2822atomTextSet(), &atom)) return false;
     setSlot(result, std::move(atom));
@@ -196,6 +205,7 @@ bool Scanner::scanRFC2822DotAtomIntoString(OptString* result, bool allowTrailing
 }
 
 bool Scanner::scanRFC2822QContentIntoString(OptString* result, ErrorRef* error) {
+    if (!result) return scanCharactersFromSet(rfc2822ExtendedQTextSet()) || scanQuotedPairIntoString(nullptr, error);
     std::u16string run;
     if (scanCharactersFromSet(rfc2822ExtendedQTextSet(), &run)) {
         setSlot(result, std::move(run));
@@ -205,6 +215,7 @@ bool Scanner::scanRFC2822QContentIntoString(OptString* result, ErrorRef* error) 
 }
 
 bool Scanner::scanRFC2822QuotedStringIntoString(OptString* result, ErrorRef* error) {
+    if (currentCharacter() != u'"' && !startsCommentFoldingWhiteSpace(currentCharacter())) return false;
     size_t start = location_;
     scanRFC2822CommentFoldingWhiteSpace();
     if (currentCharacter() != u'"') {
@@ -212,16 +223,18 @@ bool Scanner::scanRFC2822QuotedStringIntoString(OptString* result, ErrorRef* err
         return false;
     }
     advance(1);
+    // The content is built only when asked for; a look-ahead needs the location alone.
     std::u16string text;
     OptString piece;
+    OptString* pieceSlot = result ? &piece : nullptr;
     while (!isAtEnd()) {
         size_t iterationStart = location_;
-        if (scanRFC2822FoldingWhiteSpaceIntoString(&piece)) text += *piece;
-        if (!scanRFC2822QContentIntoString(&piece, nullptr)) break;
-        text += *piece;
+        if (scanRFC2822FoldingWhiteSpaceIntoString(pieceSlot) && result) text += *piece;
+        if (!scanRFC2822QContentIntoString(pieceSlot, nullptr)) break;
+        if (result) text += *piece;
         if (location_ == iterationStart) break;
     }
-    if (scanRFC2822FoldingWhiteSpaceIntoString(&piece)) text += *piece;
+    if (scanRFC2822FoldingWhiteSpaceIntoString(pieceSlot) && result) text += *piece;
     if (currentCharacter() != u'"') {
         if (error) *error = emailParserError(EmailParserErrorCode::QuotedStringNotClosed, string_);
         location_ = start;
@@ -290,28 +303,39 @@ bool Scanner::scanRFC2822WordIntoString(OptString* result, ErrorRef* error) {
 
 bool Scanner::scanRFC2822PhraseIntoString(OptString* result, unsigned options, ErrorRef* error) {
     size_t start = location_;
+    // The words' texts are needed only for a result in the built-up form, or for a phrase of one word; any
+    // other phrase is handed back as its source text, and a look-ahead asks for no result at all.
+    const bool buildsUp = result && (options & 1u);
     OptString word;
-    if (!scanRFC2822WordIntoString(&word, error)) return false;
-    std::u16string buffer = *word;
+    if (!scanRFC2822WordIntoString(result ? &word : nullptr, error)) return false;
+    std::u16string buffer;
+    if (result) buffer = std::move(*word);
     bool extended = false;
     while (!isAtEnd()) {
         size_t iterationStart = location_;
-        if (scanRFC2822WordIntoString(&word, error)) {
-            buffer += *word;
+        if (buildsUp && rfc2822atomTextSet().contains(currentCharacter())) {
+            // An atom's text is its source: append it without a copy in between.
+            size_t atomStart = location_;
+            scanCharactersFromSet(rfc2822atomTextSet());
+            buffer.append(string_, atomStart, location_ - atomStart);
+            extended = true;
+        } else if (scanRFC2822WordIntoString(buildsUp ? &word : nullptr, error)) {
+            if (buildsUp) buffer += *word;
             extended = true;
         }
         if (scanString(u".")) {
-            buffer.push_back(u'.');
+            if (buildsUp) buffer.push_back(u'.');
             extended = true;
         }
         if (scanRFC2822CommentFoldingWhiteSpace()) {
-            buffer.push_back(u' ');
+            if (buildsUp) buffer.push_back(u' ');
             extended = true;
         }
         if (location_ == iterationStart) break;
     }
     if (location_ == start) return false;
-    if (!extended || (options & 1u)) {
+    if (!result) return true;
+    if (!extended || buildsUp) {
         setSlot(result, std::move(buffer));
     } else {
         setSlot(result, trimIf(std::u16string_view(string_).substr(start, location_ - start), isPhraseTrimmed));

@@ -299,6 +299,31 @@ TEST(AddressList, GroupNamesAreFoundBehindQuotesCommentsAndEncodedWords) {
     EXPECT_EQ(error == nullptr, errorAfterGroup == nullptr);
 }
 
+// A group name asked for without a slot is decided from the characters where that is safe (atoms, dots and
+// blanks before the colon); it must end where reading the name ends, with the same outcome.
+TEST(AddressList, GroupNamesReadTheSameWithoutASlot) {
+    const std::u16string inputs[] = {u"Team: a@b;",           u"Team . A\t: a@b;",      u"\u00c9quipe: a@b;",
+                                     u"Te\r\n am: a@b;",       u"\"Te: am\" x: a@b;",    u"T (c: d) x: a@b",
+                                     u"T \"unclosed: a@b",     u"x\\: a@b",               u".T: a@b",
+                                     u"T <a@b>: x",            u"=?utf-8?Q?G=C3=BC?=:",   u"T:",
+                                     u"08:28.617=3C/pr?=\r\n\t=?utf-8?Q?date=3E2017-08-20T10:08"};
+    for (const std::u16string& input : inputs) {
+        for (unsigned options : {0u, 4u}) {
+            Scanner withSlot = scan(input), without = scan(input);
+            OptString name;
+            ErrorRef errorWith, errorWithout;
+            bool okWith = withSlot.scanRFC2822EmailGroupIntoGroupName(&name, options, &errorWith);
+            bool okWithout = without.scanRFC2822EmailGroupIntoGroupName(nullptr, options, &errorWithout);
+            EXPECT_EQ(okWith, okWithout) << toUTF8(input);
+            EXPECT_EQ(withSlot.scanLocation(), without.scanLocation()) << toUTF8(input);
+            EXPECT_EQ(errorWith ? errorWith->code : 0, errorWithout ? errorWithout->code : 0) << toUTF8(input);
+        }
+    }
+    Scanner plain = scan(u"Team . A\t: a@b;");
+    ASSERT_TRUE(plain.scanRFC2822EmailGroupIntoGroupName(nullptr, 4, nullptr));
+    EXPECT_EQ(plain.currentCharacter(), u'a') << "after the colon and the white space behind it";
+}
+
 TEST(AddressGrammarRobustness, HostileInputNeverCrashesOrHangs) {
     std::u16string longPhrase(100 * 1024, u'a');
     for (size_t i = 7; i < longPhrase.size(); i += 8) longPhrase[i] = u' ';

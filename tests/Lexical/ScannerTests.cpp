@@ -293,6 +293,26 @@ TEST(ScannerPhrases, RawOrBuiltUpText) {
     EXPECT_FALSE(scan(u"Joe").scanRFC2822DisplayNamePhraseIntoString(&untouched, &error));
 }
 
+// Look-aheads ask for no text, so the scanners skip building it; what they consume and report must not
+// depend on that.
+TEST(ScannerPhrases, WithoutAResultSlotTheSameTextIsConsumedAndTheSameErrorReported) {
+    const std::u16string inputs[] = {u"Joe Public <x>",  u"Joe.  Q .Public:", u"a\r\n b:",       u"\"Joe\" Q <x>",
+                                     u"Joe \"unclosed", u"J (c (d)) P, x",   u"=?utf-8?q?x?= y;", u"\u00c9mile Zola\t<z>",
+                                     u"a \r\n\"q\"", u"x\\y z",          u". a",               u"\"J\u20acrgen\" z"};
+    for (const std::u16string& input : inputs) {
+        for (unsigned options : {0u, 1u}) {
+            Scanner withResult = scan(input), without = scan(input);
+            OptString text;
+            ErrorRef errorWith, errorWithout;
+            bool okWith = withResult.scanRFC2822PhraseIntoString(&text, options, &errorWith);
+            bool okWithout = without.scanRFC2822PhraseIntoString(nullptr, options, &errorWithout);
+            EXPECT_EQ(okWith, okWithout) << toUTF8(input);
+            EXPECT_EQ(withResult.scanLocation(), without.scanLocation()) << toUTF8(input);
+            EXPECT_EQ(errorWith ? errorWith->code : 0, errorWithout ? errorWithout->code : 0) << toUTF8(input);
+        }
+    }
+}
+
 TEST(ScannerPhrases, InnerErrorsStayInTheSlot) {
     OptString text;
     ErrorRef error;
