@@ -72,6 +72,7 @@ struct DateFormatter::Implementation {
     std::unique_ptr<icu::SimpleDateFormat> format;
     bool followsCurrentZone = true;
     std::string appliedZone;
+    double twoDigitYearsNow = NAN;  // the "now" the two-digit-year window was placed from
 
     // A formatter that follows the current zone re-reads it before each use, so that a zone pinned after
     // the formatter was cached still applies.
@@ -81,6 +82,23 @@ struct DateFormatter::Implementation {
         if (zone == appliedZone) return;
         format->adoptTimeZone(newTimeZone(zone));
         appliedZone = zone;
+    }
+
+    // Two-digit years fall in the 80 years before now and the 20 after, "now" being the pinned one. A
+    // formatter may live long (the cached ones live as long as their thread), so the window follows now,
+    // moved when now has moved by a day or more.
+    void refreshTwoDigitYears() {
+        constexpr double kDay = 86'400'000;
+        double now = DateEnvironment::now();
+        if (std::abs(now - twoDigitYearsNow) < kDay) return;
+        thread_local std::unique_ptr<icu::Calendar> utc = newCalendar("UTC");
+        if (!utc) return;
+        UErrorCode status = U_ZERO_ERROR;
+        utc->setTime(now, status);
+        utc->add(UCAL_YEAR, -80, status);
+        UDate start = utc->getTime(status);
+        if (U_SUCCESS(status)) format->set2DigitYearStart(start, status);
+        twoDigitYearsNow = now;
     }
 };
 
@@ -103,14 +121,7 @@ DateFormatter::DateFormatter(const std::string& localeIdentifier, std::u16string
     } else {
         implementation_->refreshZone();
     }
-    // Two-digit years fall in the 80 years before now and the 20 after, "now" being the pinned one.
-    if (auto calendar = newCalendar("UTC")) {
-        UErrorCode yearStatus = U_ZERO_ERROR;
-        calendar->setTime(DateEnvironment::now(), yearStatus);
-        calendar->add(UCAL_YEAR, -80, yearStatus);
-        UDate start = calendar->getTime(yearStatus);
-        if (U_SUCCESS(yearStatus)) implementation_->format->set2DigitYearStart(start, yearStatus);
-    }
+    implementation_->refreshTwoDigitYears();
 }
 
 DateFormatter::~DateFormatter() = default;
@@ -159,6 +170,7 @@ std::u16string DateFormatter::stringFromDate(double date) {
 
 std::optional<double> DateFormatter::dateFromString(std::u16string_view text) {
     implementation_->refreshZone();
+    implementation_->refreshTwoDigitYears();
     icu::UnicodeString source = alias(text);
     icu::ParsePosition position(0);
     UDate date = implementation_->format->parse(source, position);
@@ -166,12 +178,18 @@ std::optional<double> DateFormatter::dateFromString(std::u16string_view text) {
     return date;
 }
 
-bool DateFormatter::readsPrefixOf(std::u16string_view text) {
+std::optional<size_t> DateFormatter::lengthReadFrom(std::u16string_view text) {
     implementation_->refreshZone();
+    implementation_->refreshTwoDigitYears();
     icu::UnicodeString source = alias(text);
     icu::ParsePosition position(0);
+    // A lenient calendar accepts any combination of fields; the fields themselves are still read strictly
+    // (the parsing attributes stay those of a non-lenient formatter).
+    implementation_->format->setCalendarLenient(true);
     implementation_->format->parse(source, position);
-    return position.getErrorIndex() < 0 && position.getIndex() > 0;
+    implementation_->format->setCalendarLenient(false);
+    if (position.getErrorIndex() >= 0 || position.getIndex() <= 0) return std::nullopt;
+    return static_cast<size_t>(position.getIndex());
 }
 
 OptString localizedDateFormatPattern(DateFormatterStyle dateStyle, DateFormatterStyle timeStyle,
@@ -508,6 +526,68 @@ long long dayNumber(icu::Calendar& calendar, double date) {
     return (year * 16 + month) * 32 + day;
 }
 
+// What strategy A works with for one locale, kept per thread: making them costs more than a vote.
+struct VotingTools {
+    explicit VotingTools(const std::string& locale) : formatter(locale, u""), reader(locale, u"") {}
+    DateFormatter formatter;  // parses with the calendar's checks
+    DateFormatter reader;     // tells how much of a text a pattern reads
+    std::unique_ptr<icu::Calendar> calendar;  // in the current zone, to tell dates before today
+    std::string calendarZone;
+};
+
+VotingTools& votingTools(const std::string& locale) {
+    thread_local std::map<std::string, std::unique_ptr<VotingTools>> byLocale;
+    std::unique_ptr<VotingTools>& tools = byLocale[locale];
+    if (!tools) tools = std::make_unique<VotingTools>(locale);
+    std::string zone = DateEnvironment::timeZoneIdentifier();
+    if (!tools->calendar || tools->calendarZone != zone) {
+        tools->calendar = newCalendar(zone);
+        tools->calendarZone = zone;
+    }
+    return *tools;
+}
+
+bool isPatternLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
+
+// Which time patterns read the rest of the input after a date part, so that a date-and-time pattern is
+// tried only when its time part can fit.
+//
+// A pattern is read field by field from left to right, so a date-and-time pattern reads the whole input
+// only if its date part reads a prefix and its time part, with the joining space, reads the rest. That
+// holds exactly when the joining space is the only literal between the two parts (ICU matches a run of
+// literals as one): the date pattern must end with a field and the time pattern begin with one. Other
+// combinations are always tried. Answers are kept per end of the date part, since most date patterns
+// that fit end at the same place.
+class TimeFits {
+public:
+    TimeFits(DateFormatter& reader, const std::vector<std::u16string>& times, std::u16string_view input)
+        : reader_(reader), times_(times), input_(input) {}
+
+    bool mayFit(const std::u16string& datePattern, size_t dateEnd, size_t time) {
+        const std::u16string& timePattern = times_[time];
+        if (datePattern.empty() || !isPatternLetter(datePattern.back())) return true;
+        if (timePattern.empty() || !isPatternLetter(timePattern.front())) return true;
+        auto known = std::find_if(fits_.begin(), fits_.end(), [&](const auto& entry) { return entry.first == dateEnd; });
+        if (known == fits_.end()) {
+            fits_.emplace_back(dateEnd, std::vector<signed char>(times_.size(), -1));
+            known = std::prev(fits_.end());
+        }
+        signed char& fit = known->second[time];
+        if (fit < 0) {
+            reader_.setPattern(u" " + timePattern);
+            std::u16string_view rest = input_.substr(dateEnd);
+            fit = reader_.lengthReadFrom(rest) == rest.size() ? 1 : 0;
+        }
+        return fit == 1;
+    }
+
+private:
+    DateFormatter& reader_;
+    const std::vector<std::u16string>& times_;
+    std::u16string_view input_;
+    std::vector<std::pair<size_t, std::vector<signed char>>> fits_;
+};
+
 // Strategy A: every date pattern with every time pattern parses the normalised text; each date before
 // today counts one vote per pattern that produced it. The most voted dates come first; ties keep the order
 // in which the dates were first found.
@@ -515,19 +595,24 @@ std::vector<double> votedDates(std::u16string_view text) {
     std::string locale = DateEnvironment::localeIdentifier();
     const VotingPatterns& patterns = votingPatterns(locale);
     std::u16string input = normaliseSeparators(text);
-    DateFormatter formatter(locale, u"");
-    std::unique_ptr<icu::Calendar> calendar = newCalendar("");
-    if (!calendar) return {};
+    VotingTools& tools = votingTools(locale);
+    if (!tools.calendar) return {};
+    DateFormatter& formatter = tools.formatter;
+    DateFormatter& reader = tools.reader;
+    icu::Calendar* calendar = tools.calendar.get();
     long long today = dayNumber(*calendar, DateEnvironment::now());
 
     std::vector<std::pair<double, size_t>> votes;
+    TimeFits timeFits(reader, patterns.times, input);
     std::u16string pattern;
     for (const std::u16string& datePattern : patterns.dates) {
-        // Patterns are read left to right: when the date pattern cannot read the start of the text, no
-        // date-and-time pattern that begins with it can read the whole text.
-        formatter.setPattern(datePattern);
-        if (!formatter.readsPrefixOf(input)) continue;
-        for (const std::u16string& timePattern : patterns.times) {
+        // A date-and-time pattern can read the whole text only if its date part reads the text's start.
+        reader.setPattern(datePattern);
+        std::optional<size_t> dateEnd = reader.lengthReadFrom(input);
+        if (!dateEnd) continue;
+        for (size_t time = 0; time < patterns.times.size(); ++time) {
+            const std::u16string& timePattern = patterns.times[time];
+            if (!timeFits.mayFit(datePattern, *dateEnd, time)) continue;
             pattern = datePattern;
             if (!timePattern.empty()) {
                 pattern.push_back(u' ');

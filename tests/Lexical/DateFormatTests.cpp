@@ -155,6 +155,19 @@ TEST(TolerantDateReader, PatternsVoteForPastDatesOnly) {
         << "tomorrow: read piecewise, with +0100 taken as 1 h 40 min";
 }
 
+TEST(TolerantDateReader, EveryPatternVotesWhateverTheDatePartAloneWouldMean) {
+    // Beirut skipped the hour after midnight on 28 March 2010. The date part alone means that missing
+    // midnight, but with its time and zone the text is a real moment, and every pattern reading it votes.
+    DateEnvironment::Override beirut(utc(2024, 3, 5), "Asia/Beirut", "en_US");
+    EXPECT_EQ(tolerant(u"March, 28/2010 12:00:00 AM +0000").front(), utc(2010, 3, 28));
+
+    // Two-digit years fall in the 80 years before now, the pinned one, on every call of the same thread.
+    DateEnvironment::Override in2024(utc(2024, 6, 1), "UTC", "en_US");
+    EXPECT_EQ(tolerant(u"Jul 5, 20"), std::vector<double>{utc(2020, 7, 5)});
+    DateEnvironment::Override in2000(utc(2000, 6, 1));
+    EXPECT_EQ(tolerant(u"Jul 5, 20"), std::vector<double>{utc(1920, 7, 5)});
+}
+
 TEST(TolerantDateReader, PiecewiseExtractionWithItsSwapsAndQuirks) {
     DateEnvironment::Override pinned(kNow, "Europe/Berlin", "en_US");
     EXPECT_EQ(tolerant(u"3/4/2020 at 10:00"), (std::vector<double>{utc(2020, 4, 3, 8), utc(2020, 3, 4, 9)}))

@@ -53,8 +53,10 @@ public:
     // over after the date also makes it fail). Fields the pattern lacks default to 1970-01-01 00:00:00 in
     // the formatter's zone; two-digit years are read within the 80 years before and 20 after now.
     std::optional<double> dateFromString(std::u16string_view text);
-    // Whether the pattern reads a date from the start of the text, whatever follows it.
-    bool readsPrefixOf(std::u16string_view text);
+    // How many code units from the start of the text the pattern reads, whatever follows them; nullopt
+    // when it reads none. Only the text decides: the calendar's check that the fields make a real date
+    // (no 30 February, no wall time that a zone change skips) is left out.
+    std::optional<size_t> lengthReadFrom(std::u16string_view text);
 
 private:
     struct Implementation;
