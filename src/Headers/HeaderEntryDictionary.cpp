@@ -55,6 +55,12 @@ std::vector<PWMessageHeaderEntryRef> HeaderEntryDictionary::allEntries() const {
     return entries;
 }
 
-std::u16string headerDictionaryKey(std::u16string_view fieldName) { return uppercase(fgTrim(fieldName)); }
+std::u16string headerDictionaryKey(std::u16string_view fieldName) {
+    // Trimmed as fgTrim trims, upper-cased in the one copy (every lookup of a field makes a key).
+    size_t start = 0, end = fieldName.size();
+    while (start < end && isWhitespaceOrNewline(fieldName[start])) ++start;
+    while (end > start && isWhitespaceOrNewline(fieldName[end - 1])) --end;
+    return uppercase(fieldName.substr(start, end - start));
+}
 
 }  // namespace postwright

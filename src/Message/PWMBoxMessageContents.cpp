@@ -1,5 +1,8 @@
 #include "postwright/Message/PWMBoxMessageContents.hpp"
 
+#include <algorithm>
+#include <iterator>
+
 #include "postwright/Base/DataScanner.hpp"
 #include "postwright/Lexical/DataRFC2822.hpp"
 #include "postwright/Lexical/DateFormat.hpp"
@@ -30,6 +33,56 @@ std::pair<std::u16string, std::u16string> envelopeParts(const Data& line) {
     if (space == std::u16string::npos) return {text, u""};
     return {text.substr(0, space), trimWhitespace(std::u16string_view(text).substr(space))};
 }
+
+// Days from 1970-01-01 to a date of the Gregorian calendar.
+long long daysFromCivil(long long year, unsigned month, unsigned day) {
+    year -= month <= 2 ? 1 : 0;
+    const long long era = (year >= 0 ? year : year - 399) / 400;
+    const long long yearOfEra = year - era * 400;
+    const long long dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
+    const long long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
+}
+
+// The envelope date as mail systems write it, "Mon Jan 01 00:00:00 2024" (the day already padded), read
+// without the date formatter, which costs more than the rest of an abstract; nullopt for anything else,
+// which the formatter then reads. The formatter takes the weekday as a name only (the day of the month
+// decides the date), and so does this; it also rejects impossible dates and times, left to it here.
+std::optional<double> canonicalEnvelopeDate(std::u16string_view text) {
+    static constexpr std::u16string_view kWeekdays[] = {u"Sun", u"Mon", u"Tue", u"Wed", u"Thu", u"Fri", u"Sat"};
+    static constexpr std::u16string_view kMonths[] = {u"Jan", u"Feb", u"Mar", u"Apr", u"May", u"Jun",
+                                                      u"Jul", u"Aug", u"Sep", u"Oct", u"Nov", u"Dec"};
+    if (text.size() != 24 || text[3] != u' ' || text[7] != u' ' || text[10] != u' ' || text[13] != u':' ||
+        text[16] != u':' || text[19] != u' ') {
+        return std::nullopt;
+    }
+    if (std::find(std::begin(kWeekdays), std::end(kWeekdays), text.substr(0, 3)) == std::end(kWeekdays)) {
+        return std::nullopt;
+    }
+    auto month = std::find(std::begin(kMonths), std::end(kMonths), text.substr(4, 3));
+    if (month == std::end(kMonths)) return std::nullopt;
+    auto number = [&](size_t at, size_t digits) -> int {
+        int value = 0;
+        for (size_t i = at; i < at + digits; ++i) {
+            if (text[i] < u'0' || text[i] > u'9') return -1;
+            value = value * 10 + (text[i] - u'0');
+        }
+        return value;
+    };
+    const int day = number(8, 2), hour = number(11, 2), minute = number(14, 2), second = number(17, 2);
+    const int year = number(20, 4);
+    const unsigned monthNumber = static_cast<unsigned>(month - std::begin(kMonths)) + 1;
+    static constexpr int kDaysInMonth[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+    const int monthLength = kDaysInMonth[monthNumber - 1] + (monthNumber == 2 && leap ? 1 : 0);
+    // Years before the Gregorian calendar's adoption, and anything out of range, go to the formatter.
+    if (year < 1600 || day < 1 || day > monthLength || hour < 0 || hour > 23 || minute < 0 || minute > 59 ||
+        second < 0 || second > 59) {
+        return std::nullopt;
+    }
+    const long long days = daysFromCivil(year, monthNumber, static_cast<unsigned>(day));
+    return static_cast<double>((days * 86400 + hour * 3600 + minute * 60 + second) * 1000);
+}
 }  // namespace
 
 std::shared_ptr<PWEmailAddress> PWMBoxMessageContents::mboxFrom() const {
@@ -49,6 +102,7 @@ std::optional<double> PWMBoxMessageContents::mboxDate() const {
     if (words.size() > 5) words.resize(5);  // a zone or remote text may follow the year
     if (words.size() == 5 && words[2].size() == 1) words[2] = u"0" + words[2];
     std::u16string normalised = componentsJoinedBy(words, u" ");
+    if (std::optional<double> parsed = canonicalEnvelopeDate(normalised)) return parsed;
     if (std::optional<double> parsed = mboxDateFormatter().dateFromString(normalised)) return parsed;
     return dateFromRFC822String(date);
 }

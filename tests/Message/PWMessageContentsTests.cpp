@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <random>
+#include <vector>
+
+#include "postwright/Lexical/DateFormat.hpp"
 #include "postwright/Message/FGMessageIdentifier.hpp"
 #include "postwright/Message/PWMBoxMessageContents.hpp"
 #include "postwright/Mime/PWMultipartMimePart.hpp"
@@ -128,6 +133,24 @@ TEST(PWMBoxMessageContents, EnvelopeLinesGiveMboxContents) {
     EXPECT_EQ(envelope->mboxDate(), 1704067200000.0);
     auto bare = PWMessageContents::initWithHeaderAndBodyData(Data::withString("From "));
     EXPECT_FALSE(std::dynamic_pointer_cast<PWMBoxMessageContents>(bare)) << "a failed envelope scan is plain data";
+}
+
+// Envelope dates in their usual form are read without the date formatter; whatever the form, the date
+// must be the formatter's, including where it refuses (30 February, hour 24, second 60, wrong names).
+TEST(PWMBoxMessageContents, EnvelopeDatesAreTheFormattersReading) {
+    const char* weekdays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Xyz", "mon"};
+    const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec", "Foo"};
+    std::mt19937 random(11);
+    for (int round = 0; round < 4000; ++round) {
+        int year = std::vector<int>{1582, 1600, 1900, 1970, 1999, 2000, 2024, 2100, 9999, 999}[random() % 10];
+        char date[64];
+        std::snprintf(date, sizeof date, "%s %s %02u %02u:%02u:%02u %04d", weekdays[random() % 9],
+                      months[random() % 13], static_cast<unsigned>(random() % 33), static_cast<unsigned>(random() % 26),
+                      static_cast<unsigned>(random() % 61), static_cast<unsigned>(random() % 62), year);
+        auto contents = PWMBoxMessageContents::newWithMessageData(Data::withString("Subject: x\n\nbody\n"),
+                                                                  Data::withString(std::string("From a@b ") + date));
+        ASSERT_EQ(contents->mboxDate(), mboxDateFormatter().dateFromString(fromUTF8(date))) << date;
+    }
 }
 
 TEST(MboxReader, WalksEveryMessageAsViews) {
