@@ -95,9 +95,18 @@ std::optional<std::u16string> decodeHeaderBlock(const Data& block, TextEncoding*
     return newByDecodingData(block, kNoEncoding, used);
 }
 
-std::u16string removeLineBreaks(std::u16string text) {
-    text.erase(std::remove_if(text.begin(), text.end(), isLineEnd), text.end());
-    return text;
+// The text without CR and LF, copied a line at a time.
+std::u16string removeLineBreaks(std::u16string_view text) {
+    std::u16string out;
+    out.reserve(text.size());
+    size_t lineStart = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (!isLineEnd(text[i])) continue;
+        out.append(text.substr(lineStart, i - lineStart));
+        lineStart = i + 1;
+    }
+    out.append(text.substr(lineStart));
+    return out;
 }
 
 }  // namespace

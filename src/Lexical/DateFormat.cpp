@@ -15,6 +15,7 @@
 #include <map>
 #include <vector>
 
+#include "Base/detail/CivilTime.hpp"
 #include "postwright/Base/CharacterSet.hpp"
 #include "postwright/Base/DateEnvironment.hpp"
 #include "postwright/Base/Format.hpp"
@@ -309,9 +310,14 @@ bool fitsInt(long value) {
 }
 
 // The instant of a civil date-time at a fixed offset east of GMT, in the Gregorian calendar; nullopt for an
-// impossible combination (day 0, 30 February, hour 24, ...). The calendar is kept per thread.
+// impossible combination (day 0, 30 February, hour 24, ...). Ordinary dates are arithmetic; the rest go to
+// a strict calendar kept per thread.
 std::optional<double> dateFromFields(long year, long month, long day, long hour, long minute, long second,
                                      long long offsetSeconds) {
+    const double offsetMilliseconds = static_cast<double>(offsetSeconds) * 1000.0;
+    if (std::optional<double> plain = detail::plainGregorianInstant(year, month, day, hour, minute, second)) {
+        return *plain - offsetMilliseconds;
+    }
     if (!fitsInt(year) || !fitsInt(month) || !fitsInt(day) || !fitsInt(hour) || !fitsInt(minute) || !fitsInt(second)) {
         return std::nullopt;
     }
@@ -333,7 +339,7 @@ std::optional<double> dateFromFields(long year, long month, long day, long hour,
     UErrorCode status = U_ZERO_ERROR;
     UDate inGMT = calendar->getTime(status);
     if (U_FAILURE(status)) return std::nullopt;
-    return inGMT - static_cast<double>(offsetSeconds) * 1000.0;
+    return inGMT - offsetMilliseconds;
 }
 }  // namespace
 

@@ -7,13 +7,34 @@ namespace postwright {
 
 namespace {
 // Every address of Sender and From must have a digest (the address layer never makes one without).
-void requireDigests(const std::optional<PWEmailAddressList>& addresses, const OptString& rawValue) {
+void requireDigests(const std::optional<PWEmailAddressList>& addresses, const PWMessageHeaders& headers,
+                    std::u16string_view key) {
     if (!addresses) return;
     for (const auto& address : *addresses) {
         if (!address || !address->digest()) {
+            OptString rawValue = headers.firstHeaderForKey(key, false);
             throw ProgrammingError(toUTF8(formatString(u"Invalid address for header %@", {rawValue})));
         }
     }
+}
+
+// The digests and hashes of identifiers read once (the collection reads them anew for each).
+std::optional<std::vector<std::u16string>> digestsOf(const std::optional<std::vector<std::u16string>>& identifiers) {
+    if (!identifiers) return std::nullopt;
+    std::vector<std::u16string> digests;
+    for (const std::u16string& identifier : *identifiers) {
+        digests.push_back(PWMessageHeaders::digestForMessageIdValue(identifier));
+    }
+    return digests;
+}
+
+std::optional<std::vector<RFC2822IDHash>> hashesOf(const std::optional<std::vector<std::u16string>>& identifiers) {
+    if (!identifiers) return std::nullopt;
+    std::vector<RFC2822IDHash> hashes;
+    for (const std::u16string& identifier : *identifiers) {
+        hashes.push_back(RFC2822IDHash::newWithRFC2822MessageIdValue(identifier));
+    }
+    return hashes;
 }
 
 OptString lowerUserAtDomain(const std::shared_ptr<PWEmailAddress>& address) {
@@ -77,11 +98,12 @@ std::shared_ptr<FGMessageAbstract> FGMessageAbstract::newWithMessageHeaders(cons
     abstract->dateSent_ = headers->dateSent();
     abstract->dateReceived_ = headers->dateReceived();
     abstract->headerIDDigest_ = headers->headerIDDigest();
-    abstract->inReplyToDigests_ = headers->inReplyToDigests();
     abstract->messageIdRFC2822Hash_ = headers->messageIdRFC2822Hash();
-    abstract->inReplytoRFC2822Hashes_ = headers->inReplytoRFC2822Hashes();
-    abstract->referenceRFC2822Hashes_ = headers->referenceRFC2822Hashes();
+    std::optional<std::vector<std::u16string>> inReplyTo = headers->inReplyToIds();
+    abstract->inReplyToDigests_ = digestsOf(inReplyTo);
+    abstract->inReplytoRFC2822Hashes_ = hashesOf(inReplyTo);
     abstract->references_ = headers->references();
+    abstract->referenceRFC2822Hashes_ = hashesOf(abstract->references_);
     abstract->recipients_ = headers->recipients();
     abstract->ccRecipients_ = headers->ccRecipients();
     abstract->bccRecipients_ = headers->bccRecipients();
@@ -90,10 +112,10 @@ std::shared_ptr<FGMessageAbstract> FGMessageAbstract::newWithMessageHeaders(cons
         inferredBlindRecipients(*headers, abstract->recipients_, abstract->ccRecipients_, abstract->bccRecipients_);
 
     std::optional<PWEmailAddressList> sender = headers->emailAddressesForHeaderKey(PWMessageHeaderSenderKey);
-    requireDigests(sender, headers->firstHeaderForKey(PWMessageHeaderSenderKey, false));
+    requireDigests(sender, *headers, PWMessageHeaderSenderKey);
     if (sender && !sender->empty()) abstract->sender_ = PWEmailAddressList{sender->front()};
     std::optional<PWEmailAddressList> from = headers->emailAddressesForHeaderKey(PWMessageHeaderFromKey);
-    requireDigests(from, headers->firstHeaderForKey(PWMessageHeaderFromKey, false));
+    requireDigests(from, *headers, PWMessageHeaderFromKey);
     abstract->from_ = from;
     if (!abstract->sender_ && from && !from->empty()) abstract->sender_ = PWEmailAddressList{from->front()};
     return abstract;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Base/detail/CivilTime.hpp"
+
 #include "postwright/Base/DataScanner.hpp"
 #include "postwright/Lexical/DataRFC2822.hpp"
 #include "postwright/Lexical/DateFormat.hpp"
@@ -34,16 +36,6 @@ std::pair<std::u16string, std::u16string> envelopeParts(const Data& line) {
     return {text.substr(0, space), trimWhitespace(std::u16string_view(text).substr(space))};
 }
 
-// Days from 1970-01-01 to a date of the Gregorian calendar.
-long long daysFromCivil(long long year, unsigned month, unsigned day) {
-    year -= month <= 2 ? 1 : 0;
-    const long long era = (year >= 0 ? year : year - 399) / 400;
-    const long long yearOfEra = year - era * 400;
-    const long long dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
-    const long long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468;
-}
-
 // The envelope date as mail systems write it, "Mon Jan 01 00:00:00 2024" (the day already padded), read
 // without the date formatter, which costs more than the rest of an abstract; nullopt for anything else,
 // which the formatter then reads. The formatter takes the weekday as a name only (the day of the month
@@ -71,17 +63,8 @@ std::optional<double> canonicalEnvelopeDate(std::u16string_view text) {
     };
     const int day = number(8, 2), hour = number(11, 2), minute = number(14, 2), second = number(17, 2);
     const int year = number(20, 4);
-    const unsigned monthNumber = static_cast<unsigned>(month - std::begin(kMonths)) + 1;
-    static constexpr int kDaysInMonth[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-    const int monthLength = kDaysInMonth[monthNumber - 1] + (monthNumber == 2 && leap ? 1 : 0);
-    // Years before the Gregorian calendar's adoption, and anything out of range, go to the formatter.
-    if (year < 1600 || day < 1 || day > monthLength || hour < 0 || hour > 23 || minute < 0 || minute > 59 ||
-        second < 0 || second > 59) {
-        return std::nullopt;
-    }
-    const long long days = daysFromCivil(year, monthNumber, static_cast<unsigned>(day));
-    return static_cast<double>((days * 86400 + hour * 3600 + minute * 60 + second) * 1000);
+    const long monthNumber = static_cast<long>(month - std::begin(kMonths)) + 1;
+    return detail::plainGregorianInstant(year, monthNumber, day, hour, minute, second);
 }
 }  // namespace
 

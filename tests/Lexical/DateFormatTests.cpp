@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <random>
 #include <thread>
 
 #include "postwright/Base/DateEnvironment.hpp"
@@ -61,6 +64,25 @@ TEST(StrictDateScanner, ReadsRFC2822DateTimesWithZonesAndYearWindows) {
     EXPECT_EQ(strict(u"5 Mar 2024 10:04 +0245"), utc(2024, 3, 5, 7, 19));
     EXPECT_EQ(strict(u"5 Mar 2024 10:04 ?"), utc(2024, 3, 5, 10, 4)) << "no zone is GMT";
     EXPECT_EQ(strict(u"5 Mar 2024 10:04 xyz"), utc(2024, 3, 4, 23, 4)) << "x is the military letter X";
+}
+
+// Dates from 1600 on are built by arithmetic, the rest by the calendar; both must agree with the Gregorian
+// calendar (std::chrono's) on every day, leap days and century years included, and refuse what it refuses.
+TEST(StrictDateScanner, BuildsEveryGregorianDateAndRefusesImpossibleOnes) {
+    static const char* const kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    std::mt19937 random(5);
+    for (int round = 0; round < 20000; ++round) {
+        int year = 1583 + static_cast<int>(random() % 8417);
+        unsigned month = 1 + random() % 12, day = random() % 32;
+        int hour = static_cast<int>(random() % 25), minute = static_cast<int>(random() % 61);
+        char text[64];
+        std::snprintf(text, sizeof text, "%u %s %d %02d:%02d:07 -0130", day, kMonths[month - 1], year, hour, minute);
+        std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
+        std::optional<double> expected;
+        if (date.ok() && hour < 24 && minute < 60) expected = utc(year, month, day, hour, minute, 7) + 5400000.0;
+        ASSERT_EQ(dateFromRFC822String(std::u16string(text, text + std::strlen(text))), expected) << text;
+    }
 }
 
 TEST(StrictDateScanner, NumericMonthsOnlyWithTheirOptions) {
