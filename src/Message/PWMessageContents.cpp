@@ -51,9 +51,9 @@ PWMessageHeadersRef PWMessageContents::headersWithError(ErrorRef* error) const {
     setSlot(error, nullptr);
     std::lock_guard lock(mutex_);
     if (headers_) return headers_;
-    std::optional<Data> header = headerSubdata(contentData_);
-    if (!header) return nullptr;
-    headers_ = PWMessageHeaders::headersFromData(*header, error);
+    headerBlock_ = headerSubdata(contentData_);
+    if (!headerBlock_) return nullptr;
+    headers_ = PWMessageHeaders::headersFromData(*headerBlock_, error);
     return headers_;
 }
 
@@ -62,10 +62,9 @@ std::optional<Data> PWMessageContents::bodyData() const { return bodySubdata(con
 PWMimePartRef PWMessageContents::rootMimePart() const {
     std::lock_guard lock(mutex_);
     if (rootMimePart_) return rootMimePart_;
-    if (headers_) {
-        std::optional<Data> headerBlock = headerSubdata(contentData_);
-        rootMimePart_ = PWMimePart::newMimePartWithRFC2822Data(contentData_, contentIdentifier_, headers_,
-                                                               headerBlock.value_or(Data()));
+    if (headers_ && headerBlock_) {
+        rootMimePart_ =
+            PWMimePart::newMimePartWithRFC2822Data(contentData_, contentIdentifier_, headers_, *headerBlock_);
     } else {
         rootMimePart_ = PWMimePart::newMimePartWithRFC2822Data(contentData_, contentIdentifier_);
     }

@@ -48,13 +48,17 @@ struct PWMimePart::EntityPartition {
     std::optional<Data> body;
     std::optional<Data> delimiter;
 
-    static EntityPartition of(const Data& data) {
+    // `headerOfData`, when given, is the header block partitionIntoHeaderData cuts from these same bytes.
+    static EntityPartition of(const Data& data, const Data* headerOfData = nullptr) {
         EntityPartition partition;
         // Leading white space and blank lines are not part of the entity (RFC 2046 allows a line break
         // after the boundary line); trailing bytes stay, they belong to the body.
         std::optional<Data> trimmed = dataByTrimmingBytesInCharacterSet(data, whiteSpaceAndLineBreaks(), 1);
         if (!trimmed) return partition;
-        partitionIntoHeaderData(*trimmed, &partition.header, &partition.body, kDelimiterAny, &partition.delimiter);
+        bool untrimmed = trimmed->bytes() == data.bytes() && trimmed->length() == data.length();
+        if (!(untrimmed && headerOfData && partition.followHeaderBlock(data, *headerOfData))) {
+            partitionIntoHeaderData(*trimmed, &partition.header, &partition.body, kDelimiterAny, &partition.delimiter);
+        }
         // An entity whose first line is no header field has no header block: a part that starts with its
         // blank line, or mail written without headers. All of it is body, rather than being read as a
         // header block without fields and lost.
@@ -63,6 +67,31 @@ struct PWMimePart::EntityPartition {
             partition.body = *trimmed;
         }
         return partition;
+    }
+
+    // The partition of data whose header block is known: the blank line that ended the search is right
+    // after the block, and its bytes tell its kind (a CR LF CR LF anywhere would have been found first, and
+    // LF LF or CR CR cannot be part of one there). A block that is the whole data (no blank line, or one
+    // at the very start) says nothing of the delimiter, so it is not used.
+    bool followHeaderBlock(const Data& data, const Data& block) {
+        if (block.bytes() != data.bytes() || block.empty() || block.length() >= data.length()) return false;
+        Data rest = data.subdataFromLocation(block.length());
+        size_t blankLine = 0;
+        if (rest.hasPrefix("\r\n\r\n")) {
+            blankLine = 4;
+            delimiter = CRLFData();
+        } else if (rest.hasPrefix("\n\n")) {
+            blankLine = 2;
+            delimiter = LFData();
+        } else if (rest.hasPrefix("\r\r")) {
+            blankLine = 2;
+            delimiter = CRData();
+        } else {
+            return false;
+        }
+        header = block;
+        if (rest.length() > blankLine) body = rest.subdataFromLocation(blankLine);
+        return true;
     }
 
     // A field name (printable ASCII without the colon), optional blanks, then a colon.
@@ -111,7 +140,7 @@ PWMimePartRef PWMimePart::createPart(const Data& data, const OptString& identifi
                                      size_t depth, const PWMessageHeadersRef& parsedHeaders, const Data* parsedBlock) {
     setSlot(error, nullptr);
     if (data.empty()) return nullptr;
-    EntityPartition partition = EntityPartition::of(data);
+    EntityPartition partition = EntityPartition::of(data, parsedBlock);
     PWMessageHeadersRef headers;
     bool sameBlock = parsedHeaders && parsedBlock && partition.header &&
                      partition.header->bytes() == parsedBlock->bytes() &&

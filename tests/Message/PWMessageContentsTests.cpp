@@ -58,6 +58,43 @@ TEST(PWMessageContents, TheRootSharesTheParsedHeaderBlock) {
     EXPECT_EQ(indented->rootMimePart()->subParts().size(), 2u);
 }
 
+// The root takes its body and line ends from the header block the contents cut, instead of searching the
+// bytes again; it must be the part the bytes alone give, whatever the kind and place of the blank line.
+TEST(PWMessageContents, TheRootFromTheContentsIsTheRootOfTheBytes) {
+    const std::string inputs[] = {
+        "Subject: a\r\nContent-Type: text/plain\r\n\r\nbody\r\n",
+        "Subject: a\nContent-Type: text/plain\n\nbody\n",
+        "Subject: a\rContent-Type: text/plain\r\rbody\r",
+        "Subject: a\n\nfirst\r\n\r\nsecond",  // the CR LF CR LF wins over the earlier LF LF
+        "Subject: a\r\n\r\n",                 // no body after the blank line
+        "Subject: a\r\nX: b\r\n",             // no blank line at all
+        "\r\n\r\nSubject: a\r\n\r\nbody",      // leading blank lines, trimmed from the entity
+        "Subject: a\n\n\n\nbody\n",
+        std::string("Content-Type: multipart/mixed; boundary=b\n\n--b\nContent-Type: text/plain\n\none\n--b--\n"),
+    };
+    for (const std::string& input : inputs) {
+        Data data = Data::withString(input);
+        auto contents = PWMessageContents::initWithHeaderAndBodyData(data);
+        PWMimePartRef viaContents = contents->rootMimePart();
+        PWMimePartRef alone = PWMimePart::newMimePartWithRFC2822Data(data, contents->contentIdentifier());
+        ASSERT_TRUE(viaContents && alone) << input;
+        EXPECT_EQ(viaContents->contentData(), alone->contentData()) << input;
+        EXPECT_EQ(viaContents->headerData(), alone->headerData()) << input;
+        // The line delimiter is the one the multipart split uses.
+        std::vector<PWMimePartRef> children = viaContents->subParts(), aloneChildren = alone->subParts();
+        ASSERT_EQ(children.size(), aloneChildren.size()) << input;
+        for (size_t i = 0; i < children.size(); ++i) {
+            EXPECT_EQ(children[i]->headerData(), aloneChildren[i]->headerData()) << input;
+            EXPECT_EQ(children[i]->contentData(), aloneChildren[i]->contentData()) << input;
+        }
+        // A changed copy is rebuilt with the line ends its source was read with.
+        PWMimePartRef changedViaContents = viaContents->mutableCopy(), changedAlone = alone->mutableCopy();
+        changedViaContents->setCharset(u"utf-8");
+        changedAlone->setCharset(u"utf-8");
+        EXPECT_EQ(changedViaContents->mimeNSData(), changedAlone->mimeNSData()) << input;
+    }
+}
+
 TEST(PWMessageContents, RendersDocumentsForEachContext) {
     auto contents = PWMessageContents::initWithHeaderAndBodyData(Data::withString(kAlternative));
     std::u16string rich = contents->htmlDocumentWithContext(kMessageDisplayRich);

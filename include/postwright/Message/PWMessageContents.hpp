@@ -154,6 +154,7 @@ protected:
     std::optional<std::string> url_;
     nlohmann::json userInfo_;
     mutable PWMessageHeadersRef headers_;
+    mutable std::optional<Data> headerBlock_;  // the bytes headers_ was parsed from
     mutable PWMimePartRef rootMimePart_;
     mutable std::optional<std::optional<std::vector<std::u16string>>> inReplyToList_;
     mutable std::optional<std::optional<std::vector<std::u16string>>> referenceList_;

@@ -121,8 +121,9 @@ public:
         return newMimePartWithRFC2822Data(data, identifier, true, error);
     }
     // The immutable root of a message whose header block is parsed already (message contents parse it
-    // first): `headers`, read from the bytes `headerBlock`, serve the root when its own header block is
-    // those same bytes, so that the block is not parsed and decoded twice.
+    // first): `headers`, read from `headerBlock`, the header block that headerSubdata cuts from `data`, serve
+    // the root when its own header block is those same bytes, so that the block is neither searched for nor
+    // parsed and decoded twice.
     static PWMimePartRef newMimePartWithRFC2822Data(const Data& data, const OptString& identifier,
                                                     const PWMessageHeadersRef& headers, const Data& headerBlock,
                                                     ErrorRef* error = nullptr);
