@@ -151,8 +151,8 @@ size_t findFirstAndLast(const uint8_t* haystack, size_t length, const uint8_t* n
 size_t Data::find(std::string_view needle, size_t from) const noexcept {
     if (needle.empty() || from >= length_ || needle.size() > length_ - from) return npos;
     if (needle.size() == 1) return findByte(static_cast<uint8_t>(needle[0]), from);
-    size_t at = findFirstAndLast(bytes_ + from, length_ - from, reinterpret_cast<const uint8_t*>(needle.data()),
-                                 needle.size());
+    size_t at =
+        findFirstAndLast(bytes_ + from, length_ - from, reinterpret_cast<const uint8_t*>(needle.data()), needle.size());
     return at == npos ? npos : from + at;
 }
 

@@ -535,8 +535,8 @@ long long dayNumber(icu::Calendar& calendar, double date) {
 // What strategy A works with for one locale, kept per thread: making them costs more than a vote.
 struct VotingTools {
     explicit VotingTools(const std::string& locale) : formatter(locale, u""), reader(locale, u"") {}
-    DateFormatter formatter;  // parses with the calendar's checks
-    DateFormatter reader;     // tells how much of a text a pattern reads
+    DateFormatter formatter;                  // parses with the calendar's checks
+    DateFormatter reader;                     // tells how much of a text a pattern reads
     std::unique_ptr<icu::Calendar> calendar;  // in the current zone, to tell dates before today
     std::string calendarZone;
 };
@@ -573,7 +573,8 @@ public:
         const std::u16string& timePattern = times_[time];
         if (datePattern.empty() || !isPatternLetter(datePattern.back())) return true;
         if (timePattern.empty() || !isPatternLetter(timePattern.front())) return true;
-        auto known = std::find_if(fits_.begin(), fits_.end(), [&](const auto& entry) { return entry.first == dateEnd; });
+        auto known =
+            std::find_if(fits_.begin(), fits_.end(), [&](const auto& entry) { return entry.first == dateEnd; });
         if (known == fits_.end()) {
             fits_.emplace_back(dateEnd, std::vector<signed char>(times_.size(), -1));
             known = std::prev(fits_.end());

@@ -301,7 +301,51 @@ bool Scanner::scanRFC2822WordIntoString(OptString* result, ErrorRef* error) {
     return false;
 }
 
+// Most phrases are atoms, dots, spaces and tabs only (names, group names). When such a run ends at a
+// character that no phrase goes on with (anything but a quote, a comment or a line break), the word loop
+// below would consume exactly that run, with no error, so the run is read in one pass: the result is the
+// atom of a one-word phrase, else the trimmed source, or, built up, the atoms and dots with one SPACE for
+// each run of blanks. Anything else is left to the word loop.
+bool Scanner::scanPlainPhrase(OptString* result, unsigned options) {
+    const CharacterSet& atomText = rfc2822atomTextSet();
+    const size_t start = location_, size = string_.size();
+    size_t end = start;
+    while (end < size && atomText.contains(string_[end])) ++end;
+    if (end == start) return false;
+    const size_t firstWordEnd = end;
+    while (end < size &&
+           (atomText.contains(string_[end]) || string_[end] == u'.' || string_[end] == u' ' || string_[end] == u'\t')) {
+        ++end;
+    }
+    if (end < size &&
+        (string_[end] == u'"' || string_[end] == u'(' || string_[end] == u'\r' || string_[end] == u'\n')) {
+        return false;
+    }
+    location_ = end;
+    if (!result) return true;
+    std::u16string_view source = std::u16string_view(string_).substr(start, end - start);
+    if (end == firstWordEnd) {
+        setSlot(result, std::u16string(source));
+    } else if (options & 1u) {
+        std::u16string builtUp;
+        builtUp.reserve(source.size());
+        for (size_t i = 0; i < source.size(); ++i) {
+            bool blank = source[i] == u' ' || source[i] == u'\t';
+            if (!blank) {
+                builtUp.push_back(source[i]);
+            } else if (i == 0 || (source[i - 1] != u' ' && source[i - 1] != u'\t')) {
+                builtUp.push_back(u' ');
+            }
+        }
+        setSlot(result, std::move(builtUp));
+    } else {
+        setSlot(result, trimIf(source, isPhraseTrimmed));
+    }
+    return true;
+}
+
 bool Scanner::scanRFC2822PhraseIntoString(OptString* result, unsigned options, ErrorRef* error) {
+    if (scanPlainPhrase(result, options)) return true;
     size_t start = location_;
     // The words' texts are needed only for a result in the built-up form, or for a phrase of one word; any
     // other phrase is handed back as its source text, and a look-ahead asks for no result at all.

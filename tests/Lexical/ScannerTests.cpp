@@ -293,12 +293,48 @@ TEST(ScannerPhrases, RawOrBuiltUpText) {
     EXPECT_FALSE(scan(u"Joe").scanRFC2822DisplayNamePhraseIntoString(&untouched, &error));
 }
 
+// Phrases of atoms, dots and blanks are read in one pass; blank runs, dots between blanks, a fold (left to
+// the word loop) and a line break at the very end must come out as the word loop makes them.
+TEST(ScannerPhrases, AtomsDotsAndBlanksReadAsTheWordLoopReadsThem) {
+    struct Case {
+        std::u16string input, raw, builtUp;
+        size_t end;
+    };
+    const Case cases[] = {{u"a  b\t.c :x", u"a  b\t.c", u"a b .c ", 8},
+                          {u"a. .b<x>", u"a. .b", u"a. .b", 5},
+                          {u"a \r\n b <x>", u"a \r\n b", u"a b ", 7},
+                          {u"a \n", u"a", u"a ", 2},
+                          {u"Team\t:x", u"Team", u"Team ", 5},
+                          {u"J\u00f6rg  M. <j@x>", u"J\u00f6rg  M.", u"J\u00f6rg M. ", 9},
+                          {u"a\\b c", u"a", u"a", 1}};
+    for (const Case& c : cases) {
+        for (unsigned options : {0u, 1u}) {
+            Scanner s = scan(c.input);
+            OptString text;
+            ErrorRef error;
+            ASSERT_TRUE(s.scanRFC2822PhraseIntoString(&text, options, &error)) << toUTF8(c.input);
+            EXPECT_EQ(text, options ? c.builtUp : c.raw) << toUTF8(c.input) << " options " << options;
+            EXPECT_EQ(s.scanLocation(), c.end) << toUTF8(c.input);
+            EXPECT_EQ(error, nullptr);
+        }
+    }
+}
+
 // Look-aheads ask for no text, so the scanners skip building it; what they consume and report must not
 // depend on that.
 TEST(ScannerPhrases, WithoutAResultSlotTheSameTextIsConsumedAndTheSameErrorReported) {
-    const std::u16string inputs[] = {u"Joe Public <x>",  u"Joe.  Q .Public:", u"a\r\n b:",       u"\"Joe\" Q <x>",
-                                     u"Joe \"unclosed", u"J (c (d)) P, x",   u"=?utf-8?q?x?= y;", u"\u00c9mile Zola\t<z>",
-                                     u"a \r\n\"q\"", u"x\\y z",          u". a",               u"\"J\u20acrgen\" z"};
+    const std::u16string inputs[] = {u"Joe Public <x>",
+                                     u"Joe.  Q .Public:",
+                                     u"a\r\n b:",
+                                     u"\"Joe\" Q <x>",
+                                     u"Joe \"unclosed",
+                                     u"J (c (d)) P, x",
+                                     u"=?utf-8?q?x?= y;",
+                                     u"\u00c9mile Zola\t<z>",
+                                     u"a \r\n\"q\"",
+                                     u"x\\y z",
+                                     u". a",
+                                     u"\"J\u20acrgen\" z"};
     for (const std::u16string& input : inputs) {
         for (unsigned options : {0u, 1u}) {
             Scanner withResult = scan(input), without = scan(input);

@@ -272,6 +272,8 @@ public:
 
 private:
     bool scanComment(OptString* result, ErrorRef* error, int depth, bool* tooDeep);
+    // The phrase scanner's common case, read in one pass: see ScannerRFC2822.cpp.
+    bool scanPlainPhrase(OptString* result, unsigned options);
     // Whether the "(" at the position has a matching ")" later in the text (quoted pairs respected). A
     // comment without one can never close, so its scan is skipped: the matches are found once per scanner,
     // which keeps repeated attempts over hostile text (every mailbox of a list) linear.
