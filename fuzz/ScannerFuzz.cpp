@@ -26,6 +26,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     fromEveryPosition(text, [&](Scanner& s) { s.scanRFC2822CommentIntoString(&result, &error); });
     fromEveryPosition(text, [&](Scanner& s) { s.scanRFC2822PhraseIntoString(&result, 0, &error); });
     fromEveryPosition(text, [&](Scanner& s) { s.scanRFC2822PhraseIntoString(&result, 1, nullptr); });
+    // Without a result slot (the look-aheads) a phrase must end at the same place with the same error.
+    for (unsigned options : {0u, 1u}) {
+        for (size_t start = 0; start <= text.size() && start < 64; ++start) {
+            Scanner withResult = Scanner::emailAddressScannerWithString(text), without = withResult;
+            withResult.setScanLocation(start);
+            without.setScanLocation(start);
+            ErrorRef errorWith, errorWithout;
+            bool okWith = withResult.scanRFC2822PhraseIntoString(&result, options, &errorWith);
+            bool okWithout = without.scanRFC2822PhraseIntoString(nullptr, options, &errorWithout);
+            if (okWith != okWithout || withResult.scanLocation() != without.scanLocation()) __builtin_trap();
+            if ((errorWith ? errorWith->code : 0) != (errorWithout ? errorWithout->code : 0)) __builtin_trap();
+        }
+    }
     fromEveryPosition(text, [&](Scanner& s) { s.scanRFC2822QuotedStringIntoString(&result, &error); });
     fromEveryPosition(text, [&](Scanner& s) { s.scanQuotedStringIntoString(&result, &error); });
     fromEveryPosition(text, [&](Scanner& s) { s.scanQuotedStringIntoString(&result, nullptr); });

@@ -376,17 +376,16 @@ OptString PWMessageHeaders::headerIDDigest() const {
     return digestForMessageIdValue(*value);
 }
 
-namespace {
-std::optional<std::vector<std::u16string>> digestsOf(const std::optional<std::vector<std::u16string>>& identifiers) {
+std::optional<std::vector<std::u16string>> PWMessageHeaders::digestsForMessageIdValues(
+    const std::optional<std::vector<std::u16string>>& identifiers) {
     if (!identifiers) return std::nullopt;
     std::vector<std::u16string> digests;
-    for (const std::u16string& identifier : *identifiers) {
-        digests.push_back(PWMessageHeaders::digestForMessageIdValue(identifier));
-    }
+    for (const std::u16string& identifier : *identifiers) digests.push_back(digestForMessageIdValue(identifier));
     return digests;
 }
 
-std::optional<std::vector<RFC2822IDHash>> hashesOf(const std::optional<std::vector<std::u16string>>& identifiers) {
+std::optional<std::vector<RFC2822IDHash>> PWMessageHeaders::hashesForMessageIdValues(
+    const std::optional<std::vector<std::u16string>>& identifiers) {
     if (!identifiers) return std::nullopt;
     std::vector<RFC2822IDHash> hashes;
     for (const std::u16string& identifier : *identifiers) {
@@ -394,11 +393,10 @@ std::optional<std::vector<RFC2822IDHash>> hashesOf(const std::optional<std::vect
     }
     return hashes;
 }
-}  // namespace
 
-std::optional<std::vector<std::u16string>> PWMessageHeaders::inReplyToDigests() const { return digestsOf(inReplyToIds()); }
+std::optional<std::vector<std::u16string>> PWMessageHeaders::inReplyToDigests() const { return digestsForMessageIdValues(inReplyToIds()); }
 
-std::optional<std::vector<std::u16string>> PWMessageHeaders::referenceDigests() const { return digestsOf(references()); }
+std::optional<std::vector<std::u16string>> PWMessageHeaders::referenceDigests() const { return digestsForMessageIdValues(references()); }
 
 std::optional<RFC2822IDHash> PWMessageHeaders::messageIdRFC2822Hash() const {
     OptString identifier = headerID();
@@ -407,11 +405,11 @@ std::optional<RFC2822IDHash> PWMessageHeaders::messageIdRFC2822Hash() const {
 }
 
 std::optional<std::vector<RFC2822IDHash>> PWMessageHeaders::inReplytoRFC2822Hashes() const {
-    return hashesOf(inReplyToIds());
+    return hashesForMessageIdValues(inReplyToIds());
 }
 
 std::optional<std::vector<RFC2822IDHash>> PWMessageHeaders::referenceRFC2822Hashes() const {
-    return hashesOf(references());
+    return hashesForMessageIdValues(references());
 }
 
 // ---- Typed views ----------------------------------------------------------------------------------------

@@ -18,25 +18,6 @@ void requireDigests(const std::optional<PWEmailAddressList>& addresses, const PW
     }
 }
 
-// The digests and hashes of identifiers read once (the collection reads them anew for each).
-std::optional<std::vector<std::u16string>> digestsOf(const std::optional<std::vector<std::u16string>>& identifiers) {
-    if (!identifiers) return std::nullopt;
-    std::vector<std::u16string> digests;
-    for (const std::u16string& identifier : *identifiers) {
-        digests.push_back(PWMessageHeaders::digestForMessageIdValue(identifier));
-    }
-    return digests;
-}
-
-std::optional<std::vector<RFC2822IDHash>> hashesOf(const std::optional<std::vector<std::u16string>>& identifiers) {
-    if (!identifiers) return std::nullopt;
-    std::vector<RFC2822IDHash> hashes;
-    for (const std::u16string& identifier : *identifiers) {
-        hashes.push_back(RFC2822IDHash::newWithRFC2822MessageIdValue(identifier));
-    }
-    return hashes;
-}
-
 OptString lowerUserAtDomain(const std::shared_ptr<PWEmailAddress>& address) {
     OptString userAtDomain = address ? address->userAtDomain() : std::nullopt;
     if (!userAtDomain) return std::nullopt;
@@ -100,10 +81,10 @@ std::shared_ptr<FGMessageAbstract> FGMessageAbstract::newWithMessageHeaders(cons
     abstract->headerIDDigest_ = headers->headerIDDigest();
     abstract->messageIdRFC2822Hash_ = headers->messageIdRFC2822Hash();
     std::optional<std::vector<std::u16string>> inReplyTo = headers->inReplyToIds();
-    abstract->inReplyToDigests_ = digestsOf(inReplyTo);
-    abstract->inReplytoRFC2822Hashes_ = hashesOf(inReplyTo);
+    abstract->inReplyToDigests_ = PWMessageHeaders::digestsForMessageIdValues(inReplyTo);
+    abstract->inReplytoRFC2822Hashes_ = PWMessageHeaders::hashesForMessageIdValues(inReplyTo);
     abstract->references_ = headers->references();
-    abstract->referenceRFC2822Hashes_ = hashesOf(abstract->references_);
+    abstract->referenceRFC2822Hashes_ = PWMessageHeaders::hashesForMessageIdValues(abstract->references_);
     abstract->recipients_ = headers->recipients();
     abstract->ccRecipients_ = headers->ccRecipients();
     abstract->bccRecipients_ = headers->bccRecipients();

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "Lexical/ScannerTestSupport.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 #include "postwright/Headers/PWEmailAddressGroup.hpp"
 #include "postwright/Lexical/AddressGrammar.hpp"
@@ -309,14 +310,9 @@ TEST(AddressList, GroupNamesReadTheSameWithoutASlot) {
                                      u"08:28.617=3C/pr?=\r\n\t=?utf-8?Q?date=3E2017-08-20T10:08"};
     for (const std::u16string& input : inputs) {
         for (unsigned options : {0u, 4u}) {
-            Scanner withSlot = scan(input), without = scan(input);
-            OptString name;
-            ErrorRef errorWith, errorWithout;
-            bool okWith = withSlot.scanRFC2822EmailGroupIntoGroupName(&name, options, &errorWith);
-            bool okWithout = without.scanRFC2822EmailGroupIntoGroupName(nullptr, options, &errorWithout);
-            EXPECT_EQ(okWith, okWithout) << toUTF8(input);
-            EXPECT_EQ(withSlot.scanLocation(), without.scanLocation()) << toUTF8(input);
-            EXPECT_EQ(errorWith ? errorWith->code : 0, errorWithout ? errorWithout->code : 0) << toUTF8(input);
+            test::expectSameWithoutResultSlot(input, [&](Scanner& s, OptString* name, ErrorRef* error) {
+                return s.scanRFC2822EmailGroupIntoGroupName(name, options, error);
+            });
         }
     }
     Scanner plain = scan(u"Team . A\t: a@b;");

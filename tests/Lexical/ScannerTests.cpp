@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "Lexical/ScannerTestSupport.hpp"
 #include "postwright/Lexical/EmailParserError.hpp"
 #include "postwright/Lexical/Scanner.hpp"
 
@@ -337,14 +338,9 @@ TEST(ScannerPhrases, WithoutAResultSlotTheSameTextIsConsumedAndTheSameErrorRepor
                                      u"\"J\u20acrgen\" z"};
     for (const std::u16string& input : inputs) {
         for (unsigned options : {0u, 1u}) {
-            Scanner withResult = scan(input), without = scan(input);
-            OptString text;
-            ErrorRef errorWith, errorWithout;
-            bool okWith = withResult.scanRFC2822PhraseIntoString(&text, options, &errorWith);
-            bool okWithout = without.scanRFC2822PhraseIntoString(nullptr, options, &errorWithout);
-            EXPECT_EQ(okWith, okWithout) << toUTF8(input);
-            EXPECT_EQ(withResult.scanLocation(), without.scanLocation()) << toUTF8(input);
-            EXPECT_EQ(errorWith ? errorWith->code : 0, errorWithout ? errorWithout->code : 0) << toUTF8(input);
+            test::expectSameWithoutResultSlot(input, [&](Scanner& s, OptString* text, ErrorRef* error) {
+                return s.scanRFC2822PhraseIntoString(text, options, error);
+            });
         }
     }
 }

@@ -91,6 +91,12 @@ public:
     std::vector<std::u16string> messageIdsInHeaderWithKey(std::u16string_view key, bool validate) const;
     // The 16-character digest of a Message-ID value (double base64 of its truncated MD5).
     static std::u16string digestForMessageIdValue(std::u16string_view value);
+    // The digests and the hashes of identifiers already read (nullopt stays nullopt), for callers that
+    // want both without reading the field twice.
+    static std::optional<std::vector<std::u16string>> digestsForMessageIdValues(
+        const std::optional<std::vector<std::u16string>>& identifiers);
+    static std::optional<std::vector<RFC2822IDHash>> hashesForMessageIdValues(
+        const std::optional<std::vector<std::u16string>>& identifiers);
 
     // First "Message-Id", decoded and unfolded, trimmed of "<", ">" and SPACE.
     OptString headerID() const;
