@@ -47,6 +47,12 @@ TEST(PWEmailAddressGroup, HeaderValuesGiveNamedAndNamelessGroups) {
     EXPECT_EQ(PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(u"\"unclosed <a@example.com>"), std::nullopt);
     EXPECT_EQ(named[0]->digest(), shortSHAHashString(u"Team:Ann <ann@example.com>, bo@example.org;"));
     EXPECT_NE(named[0]->description().find(u"> Team:Ann"), std::u16string::npos);
+
+    // A name read raw from folded text keeps its line break, but its written form cannot start a new line.
+    auto folded = PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(u"Big\r\n Team: a@example.com;", 0);
+    ASSERT_TRUE(folded && folded->size() == 1);
+    EXPECT_EQ((*folded)[0]->groupName(), u"Big\r\n Team");
+    EXPECT_EQ((*folded)[0]->rfc2822Representation(), u"Big\\r\\n Team:a@example.com;");
 }
 
 TEST(PWEmailAddressGroup, MembershipAndUniqueness) {
