@@ -109,15 +109,41 @@ Data Data::subdataFromLocation(size_t location) const noexcept {
 }
 
 namespace {
-// The first position at or after which the needle occurs in the haystack, or Data::npos.
+// The first position at which the needle occurs in the haystack, or Data::npos.
 //
-// Mail is full of any one byte: "F" comes every few dozen bytes of base64 and CR starts every line, so a
-// memchr for the needle's first byte stops constantly. Requiring the first byte and the byte at the
-// needle's last position to match together lets runs of base64 and prose pass 16 positions at a time;
-// only the rare positions where both match are compared in full.
+// While the needle's first byte is rare (CR in mail stored with LF line ends), memchr, the C library's
+// widest vector search, finds it fastest. But mail is full of most bytes: "F" comes every few dozen bytes of
+// base64 and CR starts every line of CR LF mail, and there memchr stops constantly. After a few such false
+// starts the search switches to requiring the first byte and the byte at the needle's last position to
+// match together, 16 positions at a time; only where both match is the rest compared.
 size_t findFirstAndLast(const uint8_t* haystack, size_t length, const uint8_t* needle, size_t size) {
     const size_t lastOffset = size - 1;
+    auto matchesAt = [&](size_t at) {
+        return haystack[at + lastOffset] == needle[lastOffset] &&
+               std::memcmp(haystack + at + 1, needle + 1, lastOffset - 1) == 0;
+    };
+    // memchr from `from`: the match, or npos with *resumeAt where to go on, which is the end when there is
+    // none; it gives up after `falseStarts` false starts (never for 0).
+    auto byMemchr = [&](size_t from, size_t falseStarts, size_t* resumeAt) {
+        *resumeAt = length;
+        size_t seen = 0;
+        while (from + size <= length) {
+            const void* hit = std::memchr(haystack + from, needle[0], length - size - from + 1);
+            if (!hit) return Data::npos;
+            size_t at = static_cast<size_t>(static_cast<const uint8_t*>(hit) - haystack);
+            if (matchesAt(at)) return at;
+            from = at + 1;
+            if (++seen == falseStarts) {
+                *resumeAt = from;
+                break;
+            }
+        }
+        return Data::npos;
+    };
+    constexpr size_t kFalseStartsBeforeFilter = 8;
     size_t i = 0;
+    size_t found = byMemchr(0, kFalseStartsBeforeFilter, &i);
+    if (found != Data::npos || i + size > length) return found;
 #if defined(__SSE2__)
     const __m128i first = _mm_set1_epi8(static_cast<char>(needle[0]));
     const __m128i last = _mm_set1_epi8(static_cast<char>(needle[lastOffset]));
@@ -133,18 +159,8 @@ size_t findFirstAndLast(const uint8_t* haystack, size_t length, const uint8_t* n
         }
     }
 #endif
-    // What is left (or everything, without vector instructions): memchr for the first byte.
-    while (i + size <= length) {
-        const void* hit = std::memchr(haystack + i, needle[0], length - size - i + 1);
-        if (!hit) return Data::npos;
-        size_t at = static_cast<size_t>(static_cast<const uint8_t*>(hit) - haystack);
-        if (haystack[at + lastOffset] == needle[lastOffset] &&
-            std::memcmp(haystack + at + 1, needle + 1, lastOffset - 1) == 0) {
-            return at;
-        }
-        i = at + 1;
-    }
-    return Data::npos;
+    // What is left (or everything, without vector instructions).
+    return byMemchr(i, 0, &i);
 }
 }  // namespace
 
