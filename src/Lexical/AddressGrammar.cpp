@@ -67,7 +67,7 @@ bool scanAddrSpec(Scanner& scanner, OptString* localName, OptString* domain, Gra
         }
     }
     setSlot(localName, std::nullopt);
-    if (error) error->raise(EmailParserErrorCode::MalformedEmailAddressSpec);
+    if (error) error->raise(EmailParserErrorCode::MalformedAddress);
     scanner.setScanLocation(start);
     return false;
 }

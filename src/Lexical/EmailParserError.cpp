@@ -19,7 +19,7 @@ Texts textsFor(EmailParserErrorCode code) {
             return {u"QuotedString was not closed", u"QuotedString was not closed in: %@"};
         case EmailParserErrorCode::UnclosedAngularBracket:
             return {u"Unclosed Angular Bracket Error", u"Unclosed Angular Bracket Error in: %@"};
-        case EmailParserErrorCode::MalformedEmailAddressSpec:
+        case EmailParserErrorCode::MalformedAddress:
             return {u"Malformed Email Address Spec", u"Malformed Email Address Spec: %@"};
         case EmailParserErrorCode::MalformedMimeData:
             return {u"Malformed Mime Data", u"Malformed Mime Data in: %@"};

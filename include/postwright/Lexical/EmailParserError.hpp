@@ -16,7 +16,7 @@ enum class EmailParserErrorCode : long {
     CommentNotClosed = 1,                // "Comment was not closed"
     QuotedStringNotClosed = 3,           // "QuotedString was not closed"
     UnclosedAngularBracket = 4,          // "Unclosed Angular Bracket Error"
-    MalformedEmailAddressSpec = 5,       // "Malformed Email Address Spec"
+    MalformedAddress = 5,                // an addr-spec that does not read
     MalformedMimeData = 6,               // "Malformed Mime Data"
     DotAtomNotParsed = 10,               // "Could not parse dot-atom"
     QuotedStringNonASCII = 11,           // "QuotedString included non ASCII character"
