@@ -270,10 +270,30 @@ std::u16string replaceAllIgnoringCase(std::u16string_view text, std::u16string_v
 }
 
 std::u16string removeCharacters(std::u16string_view text, std::u16string_view characters) {
+    // Copied a run at a time: the characters removed are usually few (line breaks of a folded value).
+    std::u16string out;
+    out.reserve(text.size());
+    size_t runStart = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (characters.find(text[i]) == std::u16string_view::npos) continue;
+        out.append(text.substr(runStart, i - runStart));
+        runStart = i + 1;
+    }
+    out.append(text.substr(runStart));
+    return out;
+}
+
+std::u16string escapingLineBreaks(std::u16string_view text) {
     std::u16string out;
     out.reserve(text.size());
     for (char16_t c : text) {
-        if (characters.find(c) == std::u16string_view::npos) out.push_back(c);
+        if (c == u'\n') {
+            out += u"\\n";
+        } else if (c == u'\r') {
+            out += u"\\r";
+        } else {
+            out.push_back(c);
+        }
     }
     return out;
 }

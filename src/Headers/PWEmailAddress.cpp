@@ -18,23 +18,10 @@ namespace postwright {
 namespace {
 using Json = nlohmann::ordered_json;
 
-// Trimmed, and no line break left: LF is written as the two characters "\n", CR as "\r", so that a part
-// can never start a new header line.
+// Trimmed, and no line break left, so that a part can never start a new header line.
 OptString sanitise(const OptString& part) {
     if (!part) return std::nullopt;
-    std::u16string trimmed = fgTrim(*part);
-    std::u16string out;
-    out.reserve(trimmed.size());
-    for (char16_t c : trimmed) {
-        if (c == u'\n') {
-            out += u"\\n";
-        } else if (c == u'\r') {
-            out += u"\\r";
-        } else {
-            out.push_back(c);
-        }
-    }
-    return out;
+    return escapingLineBreaks(fgTrim(*part));
 }
 
 bool isNonEmpty(const OptString& text) {

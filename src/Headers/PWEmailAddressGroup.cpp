@@ -101,10 +101,9 @@ OptString PWEmailAddressGroup::rfc2822Representation() const {
         if (forms.empty()) return std::nullopt;
         return componentsJoinedBy(forms, u",");
     }
-    // The name is written as address parts are kept: a line break becomes the two characters "\r" or
-    // "\n", so a name read from folded text cannot start a new header line.
-    std::u16string writtenName = replaceAll(replaceAll(*name, u"\n", u"\\n"), u"\r", u"\\r");
-    return writtenName + u":" + componentsJoinedBy(forms, u", ") + u";";
+    // The name is written as address parts are kept, so a name read from folded text cannot start a new
+    // header line.
+    return escapingLineBreaks(*name) + u":" + componentsJoinedBy(forms, u", ") + u";";
 }
 
 OptString PWEmailAddressGroup::rfc2822RepresentationForAddressGroups(const PWEmailAddressGroupList& groups) {

@@ -95,20 +95,6 @@ std::optional<std::u16string> decodeHeaderBlock(const Data& block, TextEncoding*
     return newByDecodingData(block, kNoEncoding, used);
 }
 
-// The text without CR and LF, copied a line at a time.
-std::u16string removeLineBreaks(std::u16string_view text) {
-    std::u16string out;
-    out.reserve(text.size());
-    size_t lineStart = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (!isLineEnd(text[i])) continue;
-        out.append(text.substr(lineStart, i - lineStart));
-        lineStart = i + 1;
-    }
-    out.append(text.substr(lineStart));
-    return out;
-}
-
 }  // namespace
 
 // ---- Construction ---------------------------------------------------------------------------------------
@@ -257,8 +243,8 @@ OptString PWMessageHeaders::firstHeaderForKey(std::u16string_view key, bool deco
     if (!list || list->empty()) return std::nullopt;
     OptString value = list->front()->value();
     if (!value) return std::nullopt;
-    if (decodeMime) return removeLineBreaks(decodedMimeEncodedString(*value));
-    return removeLineBreaks(*value);
+    if (decodeMime) return removeCharacters(decodedMimeEncodedString(*value), u"\r\n");
+    return removeCharacters(*value, u"\r\n");
 }
 
 std::vector<std::u16string> PWMessageHeaders::headersForKey(std::u16string_view key, bool decodeMime) const {

@@ -147,8 +147,7 @@ AheadClass aheadClass(char16_t c) {
     static const std::array<AheadClass, 128> kASCII = [] {
         std::array<AheadClass, 128> table{};
         for (char16_t d = 0; d < 128; ++d) {
-            table[d] = rfc2822atomTextSet().contains(d) || d == u'.' || d == u' ' || d == u'\t' ? AheadClass::Plain
-                                                                                             : AheadClass::Other;
+            table[d] = rfc2822PlainPhraseSet().contains(d) ? AheadClass::Plain : AheadClass::Other;
         }
         for (char16_t d : std::u16string_view(u"<>,;@[]")) table[d] = AheadClass::Special;
         table[u'"'] = AheadClass::Quote;
@@ -158,7 +157,7 @@ AheadClass aheadClass(char16_t c) {
         return table;
     }();
     if (c < 128) return kASCII[c];
-    return rfc2822atomTextSet().contains(c) ? AheadClass::Plain : AheadClass::Other;
+    return rfc2822PlainPhraseSet().contains(c) ? AheadClass::Plain : AheadClass::Other;
 }
 
 // Reading a phrase gives an error record only for a quoted string that is not closed or holds what quoted

@@ -71,6 +71,11 @@ const CharacterSet& rfc2822dotAtomTextSet() {
     return set;
 }
 
+const CharacterSet& rfc2822PlainPhraseSet() {
+    static const CharacterSet set = atomSetWith(u". \t");
+    return set;
+}
+
 const CharacterSet& rfc2822DomainDotAtomTextSet() {
     static const CharacterSet set = atomSetWith(u".@");
     return set;

@@ -553,8 +553,6 @@ VotingTools& votingTools(const std::string& locale) {
     return *tools;
 }
 
-bool isPatternLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
-
 // Which time patterns read the rest of the input after a date part, so that a date-and-time pattern is
 // tried only when its time part can fit.
 //
@@ -571,8 +569,8 @@ public:
 
     bool mayFit(const std::u16string& datePattern, size_t dateEnd, size_t time) {
         const std::u16string& timePattern = times_[time];
-        if (datePattern.empty() || !isPatternLetter(datePattern.back())) return true;
-        if (timePattern.empty() || !isPatternLetter(timePattern.front())) return true;
+        if (datePattern.empty() || !isASCIILetter(datePattern.back())) return true;
+        if (timePattern.empty() || !isASCIILetter(timePattern.front())) return true;
         auto known =
             std::find_if(fits_.begin(), fits_.end(), [&](const auto& entry) { return entry.first == dateEnd; });
         if (known == fits_.end()) {

@@ -4,10 +4,6 @@
 
 namespace postwright {
 
-namespace {
-bool isASCIILetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
-}  // namespace
-
 Scanner Scanner::emailAddressScannerWithString(const OptString& string) {
     return Scanner(string.value_or(std::u16string()));
 }

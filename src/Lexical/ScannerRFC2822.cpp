@@ -11,13 +11,11 @@
 namespace postwright {
 
 namespace {
-bool isPhraseTrimmed(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
-
-// The characters folding white space can start with (white space, CR LF or a bare LF). The scanners
-// below are tried at almost every position of a header; checking the first character first lets the
-// common failure cost one comparison.
-bool startsFoldingWhiteSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
-bool startsCommentFoldingWhiteSpace(char16_t c) { return startsFoldingWhiteSpace(c) || c == u'('; }
+// The characters of folding white space (white space, CR and LF): what a phrase is trimmed of, and what
+// folding white space starts with. The scanners below are tried at almost every position of a header;
+// checking the first character first lets the common failure cost one comparison.
+bool isFoldingWhiteSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
+bool startsCommentFoldingWhiteSpace(char16_t c) { return isFoldingWhiteSpace(c) || c == u'('; }
 
 CharacterSet tokenSet(std::u16string_view specials) {
     CharacterSet set = CharacterSet::withRanges({{0x21, 0x7E - 0x21 + 1}});
@@ -40,7 +38,7 @@ bool Scanner::scanCRLF() {
 }
 
 bool Scanner::scanRFC2822FoldingWhiteSpaceIntoString(OptString* result) {
-    if (!startsFoldingWhiteSpace(currentCharacter())) return false;
+    if (!isFoldingWhiteSpace(currentCharacter())) return false;
     size_t start = location_;
     scanCharactersFromSet(rfc2822WSPcharacterSet());
     scanCRLF();
@@ -308,15 +306,13 @@ bool Scanner::scanRFC2822WordIntoString(OptString* result, ErrorRef* error) {
 // each run of blanks. Anything else is left to the word loop.
 bool Scanner::scanPlainPhrase(OptString* result, unsigned options) {
     const CharacterSet& atomText = rfc2822atomTextSet();
+    const CharacterSet& plainPhrase = rfc2822PlainPhraseSet();
     const size_t start = location_, size = string_.size();
     size_t end = start;
     while (end < size && atomText.contains(string_[end])) ++end;
     if (end == start) return false;
     const size_t firstWordEnd = end;
-    while (end < size &&
-           (atomText.contains(string_[end]) || string_[end] == u'.' || string_[end] == u' ' || string_[end] == u'\t')) {
-        ++end;
-    }
+    while (end < size && plainPhrase.contains(string_[end])) ++end;
     if (end < size &&
         (string_[end] == u'"' || string_[end] == u'(' || string_[end] == u'\r' || string_[end] == u'\n')) {
         return false;
@@ -339,7 +335,7 @@ bool Scanner::scanPlainPhrase(OptString* result, unsigned options) {
         }
         setSlot(result, std::move(builtUp));
     } else {
-        setSlot(result, trimIf(source, isPhraseTrimmed));
+        setSlot(result, trimIf(source, isFoldingWhiteSpace));
     }
     return true;
 }
@@ -382,7 +378,7 @@ bool Scanner::scanRFC2822PhraseIntoString(OptString* result, unsigned options, E
     if (!extended || buildsUp) {
         setSlot(result, std::move(buffer));
     } else {
-        setSlot(result, trimIf(std::u16string_view(string_).substr(start, location_ - start), isPhraseTrimmed));
+        setSlot(result, trimIf(std::u16string_view(string_).substr(start, location_ - start), isFoldingWhiteSpace));
     }
     return true;
 }

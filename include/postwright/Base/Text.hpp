@@ -34,6 +34,7 @@ bool isWhitespace(char16_t c) noexcept;             // Unicode Zs and TAB
 bool isNewline(char16_t c) noexcept;                // LF, VT, FF, CR, NEL, LS, PS
 bool isWhitespaceOrNewline(char16_t c) noexcept;    // Z*, U+0009-U+000D, U+0085
 bool isDecimalDigit(char16_t c) noexcept;           // Unicode Nd
+inline bool isASCIILetter(char16_t c) noexcept { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 
 // Trimming.
 std::u16string fgTrim(std::u16string_view text);           // white space and line breaks, both ends
@@ -78,6 +79,8 @@ std::u16string stringByEscapingForHTMLContent(std::u16string_view text);    // <
 std::u16string stringByEscapingForHTMLAttribute(std::u16string_view text);  // < > & "
 std::u16string stringByNormalizingLineEndsToCRLF(std::u16string_view text); // CR LF, lone CR, lone LF -> CR LF
 std::u16string capitalizedHeaderKey(std::u16string_view name);              // "message-ID" -> "Message-Id"
+// LF written as the two characters "\n" and CR as "\r", so that the text can never start a header line.
+std::u16string escapingLineBreaks(std::u16string_view text);
 std::u16string quotedString(std::u16string_view text);                      // "a\"b" with \ and " escaped
 std::u16string pathExtension(std::u16string_view fileName);                 // "" when there is none
 // A file name that is safe as one path component: "/", "\\", ":", NUL and other control characters become

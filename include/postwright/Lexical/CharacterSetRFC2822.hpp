@@ -23,6 +23,7 @@ const CharacterSet& rfc2822ExtendedQTextSet();     // the quoted-text class plus
 const CharacterSet& rfc2822atomTextSet();          // Unicode letters, marks, digits and !#$%&'*+-/=?^_`{|}~
 const CharacterSet& rfc2822dotAtomTextSet();       // the atom class plus "."
 const CharacterSet& rfc2822DomainDotAtomTextSet(); // the dot-atom class plus "@"
+const CharacterSet& rfc2822PlainPhraseSet();       // the dot-atom class plus SPACE and TAB: plain words
 const CharacterSet& rfc2822VCHARSet();             // 0x01-0x7E
 
 }  // namespace postwright
