@@ -269,18 +269,31 @@ std::u16string replaceAllIgnoringCase(std::u16string_view text, std::u16string_v
     return out;
 }
 
-std::u16string removeCharacters(std::u16string_view text, std::u16string_view characters) {
-    // Copied a run at a time: the characters removed are usually few (line breaks of a folded value).
+namespace {
+// The text without the characters the predicate names, copied a run at a time: the characters removed are
+// usually few (the line breaks of a folded value).
+template <typename IsRemoved>
+std::u16string removingRuns(std::u16string_view text, IsRemoved isRemoved) {
     std::u16string out;
     out.reserve(text.size());
     size_t runStart = 0;
     for (size_t i = 0; i < text.size(); ++i) {
-        if (characters.find(text[i]) == std::u16string_view::npos) continue;
+        if (!isRemoved(text[i])) continue;
         out.append(text.substr(runStart, i - runStart));
         runStart = i + 1;
     }
     out.append(text.substr(runStart));
     return out;
+}
+}  // namespace
+
+std::u16string removeCharacters(std::u16string_view text, std::u16string_view characters) {
+    // One or two characters (CR, line breaks), the usual sets, are compared directly.
+    if (characters.size() == 1) return removingRuns(text, [only = characters[0]](char16_t c) { return c == only; });
+    if (characters.size() == 2) {
+        return removingRuns(text, [a = characters[0], b = characters[1]](char16_t c) { return c == a || c == b; });
+    }
+    return removingRuns(text, [&](char16_t c) { return characters.find(c) != std::u16string_view::npos; });
 }
 
 std::u16string escapingLineBreaks(std::u16string_view text) {
