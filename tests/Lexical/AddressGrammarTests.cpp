@@ -103,8 +103,6 @@ TEST(AddrSpec, ReadsLocalPartAndDomainOrRaisesCodeFive) {
     EXPECT_EQ(domain, u"1.2.3.4");
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->code, 10) << "the refused trailing dot stays in the slot";
-    EXPECT_FALSE(scan(u"jqp@example.com").scanAddrSpecIntoLocalName(&local, &domain, nullptr, nullptr))
-        << "the reserved form with an invalid slot always fails";
 }
 
 TEST(AngleAddr, NeedsTheClosingBracketAndClearsItsSlotOnSuccess) {
@@ -218,7 +216,6 @@ TEST(ScanPWEmailAddress, BuildsAddressesDecodingWordsAndMarkingSploits) {
     address = PWEmailAddress::initWithRawAddress(u"x@example.com");
     EXPECT_FALSE(atGroupEnd.scanPWEmailAddress(&address, 4, nullptr));
     EXPECT_EQ(address, nullptr);
-    EXPECT_TRUE(scan(u";").scanRFC2822EmailAddressIntoPWEMailAddress(&address, 4, nullptr)) << "always succeeds";
 }
 
 TEST(MailboxList, CommasAreOptionalAndGroupNamesEndTheList) {
@@ -245,7 +242,6 @@ TEST(MailboxList, CommasAreOptionalAndGroupNamesEndTheList) {
     EXPECT_TRUE(scan(u"Team :x").scanRFC2822EmailGroupIntoGroupName(&name, 0, nullptr))
         << "white space before the colon belongs to the phrase";
     EXPECT_FALSE(scan(u"Team; x").scanRFC2822EmailGroupIntoGroupName(&name, 0, nullptr));
-    EXPECT_FALSE(scan(u"Team: a@b.c;").scanGroupIntoGroupName(&name, &list, nullptr)) << "reserved";
 }
 
 TEST(AddressList, EveryAddressEndsUpInAGroup) {
@@ -303,11 +299,8 @@ TEST(AddressList, GroupNamesAreFoundBehindQuotesCommentsAndEncodedWords) {
 // A group name asked for without a slot is decided from the characters where that is safe (atoms, dots and
 // blanks before the colon); it must end where reading the name ends, with the same outcome.
 TEST(AddressList, GroupNamesReadTheSameWithoutASlot) {
-    const std::u16string inputs[] = {u"Team: a@b;",           u"Team . A\t: a@b;",      u"\u00c9quipe: a@b;",
-                                     u"Te\r\n am: a@b;",       u"\"Te: am\" x: a@b;",    u"T (c: d) x: a@b",
-                                     u"T \"unclosed: a@b",     u"x\\: a@b",               u".T: a@b",
-                                     u"T <a@b>: x",            u"=?utf-8?Q?G=C3=BC?=:",   u"T:",
-                                     u"08:28.617=3C/pr?=\r\n\t=?utf-8?Q?date=3E2017-08-20T10:08"};
+    const std::u16string inputs[] = {u"Team . A\t: a@b;", u"Te\r\n am: a@b;", u"\"Te: am\" x: a@b;", u"T (c: d) x: a@b",
+                                     u"T \"unclosed: a@b", u"x\\: a@b",         u".T: a@b",           u"T <a@b>: x"};
     for (const std::u16string& input : inputs) {
         for (unsigned options : {0u, 4u}) {
             test::expectSameWithoutResultSlot(input, [&](Scanner& s, OptString* name, ErrorRef* error) {

@@ -23,7 +23,9 @@ bool alphanumeric(unsigned c) {
     }
 }
 
-// Reference predicates written straight from the table of members, compared over every code unit.
+// Reference predicates written straight from the table of members, compared over every code unit. Some
+// classes differ from the RFC on purpose: field names take the control codes 0x01-0x0A, VCHAR takes SPACE,
+// and atoms take every Unicode letter, mark and digit, one code unit at a time (so no surrogate).
 struct Case {
     const char* name;
     const CharacterSet& (*set)();
@@ -49,6 +51,8 @@ TEST(CharacterSetRFC2822, EveryClassHoldsExactlyItsMembers) {
         {"dot-atom text", rfc2822dotAtomTextSet, [](unsigned c) { return alphanumeric(c) || atomSpecial(c) || c == '.'; }},
         {"domain dot-atom text", rfc2822DomainDotAtomTextSet,
          [](unsigned c) { return alphanumeric(c) || atomSpecial(c) || c == '.' || c == '@'; }},
+        {"plain phrase", rfc2822PlainPhraseSet,
+         [](unsigned c) { return alphanumeric(c) || atomSpecial(c) || c == '.' || c == ' ' || c == '\t'; }},
         {"vchar", rfc2822VCHARSet, [](unsigned c) { return in(c, 0x01, 0x7E); }},
     };
     for (const Case& test : cases) {
@@ -60,17 +64,4 @@ TEST(CharacterSetRFC2822, EveryClassHoldsExactlyItsMembers) {
             }
         }
     }
-}
-
-TEST(CharacterSetRFC2822, DeliberateDifferencesFromTheRFC) {
-    EXPECT_TRUE(rfc2822FTextSet().contains(u'\t')) << "field names take the control codes 0x01-0x0A";
-    EXPECT_TRUE(rfc2822FTextSet().contains(u'\n'));
-    EXPECT_FALSE(rfc2822FTextSet().contains(u':'));
-    EXPECT_TRUE(rfc2822VCHARSet().contains(u' '));
-    EXPECT_FALSE(rfc2822atomTextSet().contains(u' '));
-    EXPECT_TRUE(rfc2822atomTextSet().contains(u'\u00e9'));
-    EXPECT_TRUE(rfc2822atomTextSet().contains(u'\u0663')) << "non-ASCII digits are atom characters";
-    EXPECT_FALSE(rfc2822atomTextSet().contains(0xD83D)) << "surrogates are tested one code unit at a time";
-    EXPECT_FALSE(rfc2822ExtendedQTextSet().contains(0xFF));
-    EXPECT_EQ(&rfc2822atomTextSet(), &rfc2822atomTextSet()) << "built once and shared";
 }

@@ -112,11 +112,3 @@ TEST(DataRFC2822, SplitsAndJoinsByteBuffers) {
     EXPECT_EQ(componentsJoinedByData({&c, &a, &c}, d("-")), "ca-c") << "the last element, found earlier, gets none";
     EXPECT_EQ(componentsJoinedByData({}, d("-")), "");
 }
-
-TEST(DataRFC2822, DecodesUnderTheThreeFixedEncodings) {
-    EXPECT_EQ(asciiEncodedString(d("abc")), u"abc");
-    EXPECT_FALSE(asciiEncodedString(d("\x80")));
-    EXPECT_EQ(utf8EncodedString(d("\xC3\xA9")), u"\u00e9");
-    EXPECT_FALSE(utf8EncodedString(d("\xFF")));
-    EXPECT_EQ(latin1EncodedString(d("\xE9")), u"\u00e9");
-}
