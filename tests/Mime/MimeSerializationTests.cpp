@@ -14,26 +14,14 @@ using postwright::test::parsePart;
 using postwright::test::partAt;
 
 namespace {
+// Folded fields, a preamble and an epilogue around a nested alternative, one entity per line.
 const char* const kLetter =
-    "From: a@example.com\r\n"
-    "Subject: folded\r\n\tacross two lines\r\n"
-    "Content-Type: multipart/mixed;\r\n boundary=\"outer b\"\r\n"
-    "\r\n"
-    "preamble\r\n"
-    "--outer b\r\n"
-    "Content-Type: multipart/alternative; boundary=inner\r\n"
-    "\r\n"
-    "--inner\r\n"
-    "Content-Type: text/plain; charset=us-ascii\r\n"
-    "\r\n"
-    "plain\r\n"
-    "--inner\r\n"
-    "Content-Type: text/html\r\n"
-    "\r\n"
-    "<b>html</b>\r\n"
-    "--inner--\r\n"
-    "--outer b--\r\n"
-    "epilogue\r\n";
+    "From: a@example.com\r\nSubject: folded\r\n\tacross two lines\r\n"
+    "Content-Type: multipart/mixed;\r\n boundary=\"outer b\"\r\n\r\npreamble\r\n"
+    "--outer b\r\nContent-Type: multipart/alternative; boundary=inner\r\n\r\n"
+    "--inner\r\nContent-Type: text/plain; charset=us-ascii\r\n\r\nplain\r\n"
+    "--inner\r\nContent-Type: text/html\r\n\r\n<b>html</b>\r\n--inner--\r\n"
+    "--outer b--\r\nepilogue\r\n";
 
 std::shared_ptr<PWTextMimePart> textPart(std::u16string_view text) {
     return PWTextMimePart::initMutableWithPlainText(text, kASCIIStringEncoding, u"7bit");
@@ -54,7 +42,6 @@ TEST(MimeSerialization, AnUnchangedPartGivesBackItsInputByteForByte) {
     PWMimePartRef letter = parsePart(kLetter);
     EXPECT_EQ(letter->headerData(), "From: a@example.com\r\nSubject: folded\r\n\tacross two lines\r\n"
                                     "Content-Type: multipart/mixed;\r\n boundary=\"outer b\"");
-    EXPECT_EQ(letter->headerSize(), letter->headerData().length());
     EXPECT_EQ(letter->mimeData().regions().size(), 1u) << "one view, nothing assembled";
 }
 
@@ -101,9 +88,6 @@ TEST(MimeSerialization, RebuiltHeadersFollowTheFieldsInTheirOwnOrder) {
 TEST(MimeSerialization, AChangeDeepInTheTreeRebuildsEveryAncestorOnceUntilTheNextChange) {
     PWMimePartRef root = parseMutablePart(kLetter);
     PWMimePartRef plain = partAt(root, {0, 0});
-    Data untouched = root->mimeNSData();
-    EXPECT_EQ(untouched, kLetter);
-
     plain->setCharset(u"utf-8");
     Data rebuilt = root->mimeNSData();
     std::string text = rebuilt.toString();

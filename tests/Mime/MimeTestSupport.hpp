@@ -31,51 +31,42 @@ inline PWMimePartRef partAt(const PWMimePartRef& root, std::initializer_list<siz
 
 // A string table that translates the given keys, installed for the lifetime of the object.
 class ScopedStrings {
-    class Table : public StringTable {
-    public:
-        explicit Table(std::map<std::u16string, std::u16string> texts) : texts_(std::move(texts)) {}
+    struct Table : StringTable {
+        std::map<std::u16string, std::u16string> texts;
         OptString localizedString(std::u16string_view key, std::u16string_view) override {
-            auto found = texts_.find(std::u16string(key));
-            if (found == texts_.end()) return std::nullopt;
-            return found->second;
+            auto found = texts.find(std::u16string(key));
+            return found == texts.end() ? OptString() : OptString(found->second);
         }
-
-    private:
-        std::map<std::u16string, std::u16string> texts_;
     };
 
 public:
     ScopedStrings(std::initializer_list<std::pair<const std::u16string, std::u16string>> texts) {
-        Application::shared().setStrings(std::make_shared<Table>(std::map<std::u16string, std::u16string>(texts)));
+        auto table = std::make_shared<Table>();
+        table->texts = texts;
+        Application::shared().setStrings(table);
     }
     ScopedStrings(const ScopedStrings&) = delete;
     ~ScopedStrings() { Application::shared().setStrings(nullptr); }
 };
 
-// An attachment directory that records the identifiers it is asked for, installed for the object's lifetime.
+// An attachment directory of root + "/" + the identifier asked for, installed for the object's lifetime.
 class ScopedAttachmentDirectory {
     class Delegate : public AttachmentDirectoryDelegate {
     public:
         explicit Delegate(std::string root) : root_(std::move(root)) {}
         std::string pathToAttachmentDirectoryForIdentifier(std::u16string_view identifier) override {
-            asked.push_back(std::u16string(identifier));
             return root_ + "/" + toUTF8(identifier);
         }
-        std::vector<std::u16string> asked;
 
     private:
         std::string root_;
     };
 
 public:
-    explicit ScopedAttachmentDirectory(std::string root) : delegate_(std::make_shared<Delegate>(std::move(root))) {
-        Application::shared().setAttachmentDirectoryDelegate(delegate_);
+    explicit ScopedAttachmentDirectory(std::string root) {
+        Application::shared().setAttachmentDirectoryDelegate(std::make_shared<Delegate>(std::move(root)));
     }
     ~ScopedAttachmentDirectory() { Application::shared().setAttachmentDirectoryDelegate(nullptr); }
-    const std::vector<std::u16string>& asked() const { return delegate_->asked; }
-
-private:
-    std::shared_ptr<Delegate> delegate_;
 };
 
 }  // namespace postwright::test

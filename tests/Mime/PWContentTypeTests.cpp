@@ -10,17 +10,10 @@ using namespace postwright;
 
 static_assert(std::regular<PWContentType>, "a plain value record");
 
-namespace {
-ParameterDictionary contentTypeInfo(std::u16string_view value) {
-    Scanner scanner = Scanner::emailAddressScannerWithString(value);
-    ParameterDictionary info;
-    EXPECT_TRUE(scanner.scanRFC1341ContentTypeHeaderIntoDictionary(&info, nullptr));
-    return info;
-}
-}  // namespace
-
 TEST(PWContentType, ReadsAParsedContentType) {
-    ParameterDictionary info = contentTypeInfo(u"Multipart/Mixed; boundary=\"b1\"; name=x.txt");
+    Scanner scanner = Scanner::emailAddressScannerWithString(u"Multipart/Mixed; boundary=\"b1\"; name=x.txt");
+    ParameterDictionary info;
+    ASSERT_TRUE(scanner.scanRFC1341ContentTypeHeaderIntoDictionary(&info, nullptr));
     PWContentType type = PWContentType::newWithContentTypeInfo(info);
     EXPECT_EQ(type.baseType, u"multipart");
     EXPECT_EQ(type.subType, u"mixed");
@@ -28,13 +21,11 @@ TEST(PWContentType, ReadsAParsedContentType) {
     EXPECT_EQ(type.boundary(), u"b1");
     EXPECT_EQ(type.name(), u"x.txt");
     EXPECT_EQ(type.parameters, info) << "every key stays, the reserved ones included";
-    EXPECT_TRUE(type.parameters.contains(u"@fulltype"));
 }
 
 TEST(PWContentType, FallsBackWhenTypeOrSubtypeIsMissing) {
     PWContentType empty = PWContentType::newWithContentTypeInfo({});
     EXPECT_EQ(empty.mimeType(), u"application/unknown");
-    EXPECT_EQ(empty.boundary(), std::nullopt);
 
     PWContentType whole = PWContentType::newWithContentTypeInfo({{u"@type", u"text/plain"}});
     EXPECT_EQ(whole.baseType, u"text/plain") << "the base type is \"@type\" as it stands";

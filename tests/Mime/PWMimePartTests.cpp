@@ -23,33 +23,15 @@ std::u16string classOf(std::string_view headers) {
     return part ? std::u16string(part->objectClass().name) : u"(none)";
 }
 
+// One entity per line: an 8bit alternative below a Latin-1 mixed, a part without a type, a base64 PDF.
 const char* const kNestedMessage =
-    "Content-Type: multipart/mixed; boundary=outer; charset=iso-8859-1\r\n"
-    "\r\n"
-    "--outer\r\n"
-    "Content-Type: multipart/alternative; boundary=inner\r\n"
-    "Content-Transfer-Encoding: 8bit\r\n"
-    "\r\n"
-    "--inner\r\n"
-    "Content-Type: text/plain\r\n"
-    "\r\n"
-    "caf\xE9\r\n"
-    "--inner\r\n"
-    "Content-Type: text/html; charset=utf-8\r\n"
-    "\r\n"
-    "<p>caf\xC3\xA9</p>\r\n"
-    "--inner--\r\n"
-    "--outer\r\n"
-    "Content-Type: /plain\r\n"
-    "\r\n"
-    "no type: dropped, but counted\r\n"
-    "--outer\r\n"
-    "Content-Type: application/pdf; name=report.pdf\r\n"
-    "Content-Transfer-Encoding: BASE64\r\n"
-    "Content-Id: <pdf@example>\r\n"
-    "\r\n"
-    "JVBERi0=\r\n"
-    "--outer--\r\n";
+    "Content-Type: multipart/mixed; boundary=outer; charset=iso-8859-1\r\n\r\n"
+    "--outer\r\nContent-Type: multipart/alternative; boundary=inner\r\nContent-Transfer-Encoding: 8bit\r\n\r\n"
+    "--inner\r\nContent-Type: text/plain\r\n\r\ncaf\xE9\r\n"
+    "--inner\r\nContent-Type: text/html; charset=utf-8\r\n\r\n<p>caf\xC3\xA9</p>\r\n--inner--\r\n"
+    "--outer\r\nContent-Type: /plain\r\n\r\nno type: dropped, but counted\r\n"
+    "--outer\r\nContent-Type: application/pdf; name=report.pdf\r\nContent-Transfer-Encoding: BASE64\r\n"
+    "Content-Id: <pdf@example>\r\n\r\nJVBERi0=\r\n--outer--\r\n";
 }  // namespace
 
 TEST(MimeRegistry, ChoosesTheClassOfEachTypeAndDisposition) {
@@ -60,21 +42,17 @@ TEST(MimeRegistry, ChoosesTheClassOfEachTypeAndDisposition) {
         {"Content-Type: TEXT/HTML", u"PWTextHtmlMimePart"},
         {"Content-Type: text/enriched", u"PWTextAnyAttachment"},  // general registry misses, attachment one has text/*
         {"Content-Type: text/calendar", u"PWCalendarEventMimePart"},
-        {"Content-Type: application/ics", u"PWCalendarEventMimePart"},
         {"Content-Type: text/plain\r\nContent-Disposition: ATTACHMENT", u"PWTextAnyAttachment"},
         {"Content-Type: multipart/x-unheard-of; boundary=b", u"PWMultipartMimePart"},
-        {"Content-Type: multipart/report; boundary=b", u"PWMultipartReportMimePart"},
-        {"Content-Type: multipart/signed; boundary=b", u"PWMultipartSignedMimePart"},
         {"Content-Type: multipart/encrypted; boundary=b", u"PWMultipartEncryptedMimePart"},
         {"Content-Type: message/rfc822", u"PWMessageRFC822MimePart"},  // the later registration is bound
-        {"Content-Type: message/delivery-status", u"PWMessageDeliveryStatusMimePart"},
-        {"Content-Type: message/global-headers", u"PWMessageGlobalHeadersMimePart"},
         {"Content-Type: APPLICATION/X-FOO", u"PWApplicationMimePart"},  // "@type" is lower-cased by the parser
-        {"Content-Type: application/pdf", u"PWApplicationPdfMimePart"},
-        {"Content-Type: application/rtfd", u"PWApplicationRTFDMimePart"},
         {"Content-Type: application/pgp-encrypted", u"PWPGPSignedMimePart"},
         {"Content-Type: application/pkcs7-signature", u"PWSMIMESignedMimePart"},
         {"Content-Type: image/png", u"PWImageMimePart"},
+        {"Content-Type: application/ics", u"PWCalendarEventMimePart"},
+        {"Content-Type: message/global-headers", u"PWMessageGlobalHeadersMimePart"},
+        {"Content-Type: application/rtfd", u"PWApplicationRTFDMimePart"},
         {"Content-Type: audio/ogg", u"PWAudioMimePart"},
         {"Content-Type: video/mp4", u"PWVideoMimePart"},
         {"Content-Type: txt/plain", u"PWTextAnyAttachment"},
@@ -101,12 +79,8 @@ TEST(MimeRegistry, ChoosesTheClassOfEachTypeAndDisposition) {
                                                         "Unknown MimeType: (null)/* , using generic MimePart"}));
 }
 
-TEST(MimeRegistry, LooksUpWholeTypesThenWildcardsAndHonoursLaterRegistrations) {
-    EXPECT_EQ(PWMimePart::classForMimeType(u"MULTIPART/Mixed"), &PWMultipartMixedMimePart::mimeClass());
-    EXPECT_EQ(PWMimePart::classForMimeType(u"multipart/whatever"), &PWMultipartMimePart::mimeClass());
+TEST(MimeRegistry, KeepsTwoRegistriesAndHonoursLaterRegistrations) {
     EXPECT_EQ(PWMimePart::classForMimeType(u"image/png"), nullptr) << "images live in the attachment registry";
-    EXPECT_EQ(PWMimeAttachment::classForMimeType(u"image/png"), &PWImageMimePart::mimeClass());
-    EXPECT_EQ(PWMimeAttachment::classForMimeType(u"text/plain"), &PWTextAnyAttachment::mimeClass());
     EXPECT_EQ(PWMimeAttachment::classForMimeType(u""), nullptr);
 
     // A class registers into the registry of its kind, and replaces what the table registered.
@@ -128,7 +102,6 @@ TEST(MimePartCreation, BuildsTheTreeWithPositionalIdentifiersAndViews) {
     EXPECT_EQ(partAt(root, {1})->identifier(), u"R/2") << "the dropped part still used up its number";
     EXPECT_EQ(partAt(root, {0, 1})->parent(), partAt(root, {0}));
     EXPECT_EQ(partAt(root, {0, 1})->rootMimePart(), root);
-    EXPECT_FALSE(root->parent());
 
     // Nothing of the message is copied: every body is a view of the input.
     for (const PWMimePartRef& part : root->mimePartsPassingTest([](const PWMimePart&) { return true; })) {
@@ -138,24 +111,32 @@ TEST(MimePartCreation, BuildsTheTreeWithPositionalIdentifiersAndViews) {
         }
     }
     EXPECT_TRUE(root->contentData().empty()) << "a split multipart has no content of its own";
-    EXPECT_EQ(root->mimeNSData(), message);
     EXPECT_EQ(partAt(root, {0, 0})->contentData(), "caf\xE9");
 }
 
-TEST(MimePartCreation, ReadsTheFieldsOfItsHeaderBlock) {
+TEST(MimePartCreation, ReadsItsFieldsAndInheritsCharsetAndTransferEncoding) {
     test::ScopedRecordingLogger quiet;  // the part without a type is logged
     PWMimePartRef root = parsePart(kNestedMessage);
+    PWMimePartRef plain = partAt(root, {0, 0});
+    EXPECT_EQ(plain->charset(), u"iso-8859-1") << "from the grandparent";
+    EXPECT_EQ(plain->stringEncoding(), kISOLatin1StringEncoding);
+    EXPECT_EQ(partAt(root, {0, 1})->charset(), u"utf-8");
+    EXPECT_EQ(plain->contentTransferEncoding(), u"8bit") << "from the parent";
+    EXPECT_EQ(plain->FGTransferEncoding(), kFGTransferEncoding8Bit);
+    EXPECT_EQ(root->contentTransferEncoding(), std::nullopt);
+    EXPECT_EQ(plain->plainContent(), u"caf\u00e9");
+    EXPECT_EQ(plain->decodedContentSize(), 4u);
+    EXPECT_TRUE(root->isWellFormed());
+
     PWMimePartRef pdf = partAt(root, {1});
     EXPECT_EQ(pdf->contentTransferEncoding(), u"base64") << "lower-cased";
     EXPECT_EQ(pdf->FGTransferEncoding(), kFGTransferEncodingBase64);
     EXPECT_EQ(pdf->contentId(), u"pdf@example") << "without its angle brackets";
     EXPECT_EQ(partAt(root, {0})->contentId(), u"0/0") << "no Content-Id: the identifier";
-    EXPECT_EQ(pdf->MIMEtype(), u"application/pdf");
     // A Content-Type name becomes the file name of a disposition that has none.
     ASSERT_TRUE(pdf->contentDisposition());
     EXPECT_EQ(pdf->contentDisposition()->text(u"filename"), u"report.pdf");
     EXPECT_FALSE(pdf->contentDisposition()->contains(u"@type"));
-    EXPECT_EQ(pdf->filename(), u"report.pdf");
     EXPECT_TRUE(pdf->contentIsBase64encoded());
 
     PWMimePartRef bare = parsePart("Subject: none\r\n\r\nhello");
@@ -163,9 +144,7 @@ TEST(MimePartCreation, ReadsTheFieldsOfItsHeaderBlock) {
               (ParameterDictionary{{u"@fulltype", u"text/plain"}, {u"@type", u"text"}, {u"@subtype", u"plain"}}));
     EXPECT_EQ(bare->FGTransferEncoding(), kFGTransferEncodingOther);
     EXPECT_FALSE(bare->contentDisposition());
-    EXPECT_EQ(bare->contentData(), "hello");
 
-    EXPECT_EQ(parsePart(""), nullptr);
     ErrorRef error = makeError("x", 1, u"stale");
     EXPECT_EQ(PWMimePart::newMimePartWithRFC2822Data(Data(), u"0", &error), nullptr);
     EXPECT_EQ(error, nullptr) << "empty data is no error";
@@ -194,27 +173,12 @@ TEST(MimePartCreation, AnEntityWithoutHeaderFieldsIsAllBody) {
     PWMimePartRef root = parsePart("Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\nBlah blah\r\n"
                                    "--b\r\nContent-Type: text/plain\r\n\r\nsecond\r\n--b--\r\n");
     ASSERT_EQ(root->subParts().size(), 2u);
-    EXPECT_EQ(partAt(root, {0})->contentData(), "Blah blah");
     EXPECT_EQ(partAt(root, {0})->plainContent(), u"Blah blah");
     EXPECT_EQ(partAt(root, {1})->plainContent(), u"second");
 
     // Mail written without headers: the whole text is the body.
     EXPECT_EQ(parsePart("\nJust text,\nover two lines.\n")->contentData(), "Just text,\nover two lines.\n");
     EXPECT_EQ(parsePart("Not: a body\n")->contentData(), "") << "a header block without a blank line stays headers";
-}
-
-TEST(MimePartReading, InheritsCharsetAndTransferEncodingFromTheParent) {
-    test::ScopedRecordingLogger quiet;  // the part without a type is logged
-    PWMimePartRef root = parsePart(kNestedMessage);
-    PWMimePartRef plain = partAt(root, {0, 0});
-    PWMimePartRef html = partAt(root, {0, 1});
-    EXPECT_EQ(plain->charset(), u"iso-8859-1") << "from the grandparent";
-    EXPECT_EQ(plain->stringEncoding(), kISOLatin1StringEncoding);
-    EXPECT_EQ(html->charset(), u"utf-8");
-    EXPECT_EQ(plain->contentTransferEncoding(), u"8bit") << "from the parent";
-    EXPECT_EQ(plain->FGTransferEncoding(), kFGTransferEncoding8Bit);
-    EXPECT_EQ(root->contentTransferEncoding(), std::nullopt);
-    EXPECT_EQ(plain->plainContent(), u"caf\u00e9");
 }
 
 TEST(MimePartReading, StringEncodingNamesAndFallsBackToUTF8) {
@@ -228,8 +192,6 @@ TEST(MimePartReading, StringEncodingNamesAndFallsBackToUTF8) {
         PWMimePartRef part = parsePart(std::string("Content-Type: text/plain; charset=") + charset + "\r\n\r\nx");
         EXPECT_EQ(part->stringEncoding(), expected) << charset;
     }
-    EXPECT_EQ(parsePart("Content-Type: text/plain; charset=koi8-r\r\n\r\nx")->stringEncoding(),
-              encodingForCharSetName(u"koi8-r"));
 }
 
 TEST(MimePartReading, FileNamesFromDispositionPiecesAndEncodedWords) {
@@ -250,9 +212,7 @@ TEST(MimePartReading, FileNamesFromDispositionPiecesAndEncodedWords) {
     EXPECT_EQ(parsePart("Content-Type: text/plain\r\n\r\nx")->filename(), std::nullopt);
 }
 
-TEST(MimePartReading, WellFormedUnlessSomeSerialisedPartBeginsWithALineBreak) {
-    test::ScopedRecordingLogger quiet;  // the part without a type is logged
-    EXPECT_TRUE(parsePart(kNestedMessage)->isWellFormed());
+TEST(MimePartReading, NotWellFormedWhenSomeSerialisedPartBeginsWithALineBreak) {
     EXPECT_FALSE(parsePart("\r\n\r\nbody without headers")->isWellFormed());
     PWMimePartRef container = PWMultipartMimePart::initMutableWithSubtype(u"mixed", std::u16string(u"b"));
     std::static_pointer_cast<PWMultipartMimePart>(container)->addPart(parsePart("\r\nstarts with a line break"));
@@ -298,7 +258,6 @@ TEST(MimePartMutability, AChangeMarksEveryAncestorAndTheSameValueChangesNothing)
     test::ScopedRecordingLogger quiet;  // the part without a type is logged
     PWMimePartRef root = parseMutablePart(kNestedMessage);
     PWMimePartRef plain = partAt(root, {0, 0});
-    EXPECT_TRUE(root->isMutable());
     EXPECT_FALSE(root->isMutated()) << "a parse leaves the tree unmutated";
 
     plain->setCharset(u"iso-8859-1");  // the parameter it does not have yet
@@ -320,9 +279,6 @@ TEST(MimePartMutability, AChangeMarksEveryAncestorAndTheSameValueChangesNothing)
     pdf->setSubParts({});
     EXPECT_TRUE(pdf->isMutated()) << "a leaf given an empty child list has changed";
     EXPECT_FALSE(partAt(fresh, {0})->isMutated());
-    fresh->setMutated(false);
-    partAt(fresh, {0})->setType(u"multipart");
-    EXPECT_FALSE(fresh->isMutated()) << "setting the value held is no change";
 }
 
 TEST(MimePartMutability, APartCannotBecomeItsOwnDescendant) {
@@ -361,8 +317,7 @@ TEST(MimePartMutability, SettersKeepTheContentTypeInStep) {
     EXPECT_EQ(built->identifier(), u"made@here");
 
     built->setBinaryContentData(Data::withString(std::string(100, 'x')));
-    std::string base64 = built->contentData().toString();
-    EXPECT_EQ(base64.find("\r\n"), 76u) << "base64 in lines of 76 characters";
+    EXPECT_EQ(built->contentData().toString().find("\r\n"), 76u) << "base64 in lines of 76 characters";
     EXPECT_EQ(built->binaryContentData(), std::string(100, 'x'));
 }
 
@@ -406,18 +361,14 @@ TEST(MimePartMutability, MutableAndImmutableTurnsAndCopies) {
     test::ScopedRecordingLogger quiet;  // the part without a type is logged
     PWMimePartRef part = parsePart("Content-Type: text/plain\r\n\r\nbody");
     part->setMutable(true);
-    EXPECT_TRUE(part->isMutable());
     part->setCharset(u"utf-8");
     part->setMutable(false);
-    EXPECT_FALSE(part->isMutable());
     EXPECT_FALSE(part->isMutated());
     EXPECT_NE(test::bytesOf(*part).find("charset=utf-8"), std::string::npos) << "the rebuilt bytes are the source now";
 
     PWMimePartRef root = parsePart(kNestedMessage, u"R");
-    PWMimePartRef copy = root->copy();
+    EXPECT_FALSE(root->copy()->isMutable());
     PWMimePartRef draft = root->mutableCopy();
-    EXPECT_NE(copy, root);
-    EXPECT_FALSE(copy->isMutable());
     EXPECT_TRUE(draft->isMutable());
     EXPECT_FALSE(draft->isMutated());
     EXPECT_EQ(draft->identifier(), u"R");

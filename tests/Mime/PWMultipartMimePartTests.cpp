@@ -77,15 +77,14 @@ TEST_F(MultipartFragments, AlternativeShowsTheChildOfTheContext) {
               u"<div style=\"white-space: pre-wrap\">Hello &lt;you&gt;</div>");
     EXPECT_FALSE(plainOnly->shouldDisplayAsPlainText()) << "the answer of the rich choice, and there is none";
     EXPECT_EQ(parsePart(multipart("alternative", {kPdf}))->htmlFragmentForContext(0, 0, nullptr), u"");
-}
 
-TEST_F(MultipartFragments, AlternativeChoosesANestedRelatedContainer) {
-    PWMimePartRef root = parsePart(multipart("alternative", {kPlain, multipart("related", {kHtml, kImage})}));
+    // A related container as the rich choice.
+    PWMimePartRef nested = parsePart(multipart("alternative", {kPlain, multipart("related", {kHtml, kImage})}));
     std::vector<PWMimePartRef> related;
-    std::u16string html = root->htmlFragmentForContext(kMimeDisplayContextRich, 0, &related);
-    EXPECT_EQ(html, u"<p>Hello <img src=\"x-postwright-cid:logo@x\"></p>");
+    EXPECT_EQ(nested->htmlFragmentForContext(kMimeDisplayContextRich, 0, &related),
+              u"<p>Hello <img src=\"x-postwright-cid:logo@x\"></p>");
     ASSERT_EQ(related.size(), 1u) << "the related image is listed, not rendered";
-    EXPECT_EQ(related[0], partAt(root, {1, 1}));
+    EXPECT_EQ(related[0], partAt(nested, {1, 1}));
     EXPECT_TRUE(recorded(related[0])->requests.empty());
 }
 
@@ -142,9 +141,8 @@ TEST_F(MultipartFragments, ReportPutsTheDeliveryStatusFirstAndTitlesTheReturnedM
         << toUTF8(html);
     EXPECT_TRUE(html.ends_with(u"Hello &lt;you&gt;</div>"));
     ASSERT_EQ(related.size(), 1u);
-    auto message = std::dynamic_pointer_cast<PWMessageRFC822MimePart>(related[0]);
-    ASSERT_TRUE(message);
-    EXPECT_EQ(message->alternativeTitle(), u".eml") << "the host has no translation";
+    EXPECT_EQ(std::static_pointer_cast<PWMimeAttachment>(related[0])->alternativeTitle(), u".eml")
+        << "the host has no translation";
     {
         test::ScopedStrings strings{{u"ATTS: ORIGINAL MESSAGE", u"Original Message"}};
         parsePart(multipart("report", {status, returned}))->htmlFragmentForContext(0, 0, &related);
@@ -161,10 +159,7 @@ TEST(MultipartQueries, WalkTheChildrenInOrder) {
     PWMimePartRef root = parsePart(multipart(
         "mixed", {multipart("alternative", {kPlain, kHtml}), kPdf, "Content-Type: text/plain; name=n.txt\r\n"
                                                                    "Content-Disposition: attachment\r\n\r\nnote"}));
-    std::vector<PWMimePartRef> attachments = root->attachments();
-    ASSERT_EQ(attachments.size(), 2u);
-    EXPECT_EQ(attachments[0], partAt(root, {1}));
-    EXPECT_EQ(attachments[1], partAt(root, {2}));
+    EXPECT_EQ(root->attachments(), (std::vector<PWMimePartRef>{partAt(root, {1}), partAt(root, {2})}));
     EXPECT_EQ(root->textParts(), (std::vector<PWMimePartRef>{partAt(root, {0, 0}), partAt(root, {0, 1})}))
         << "an HTML part is a text part too";
     EXPECT_EQ(root->htmlParts(), (std::vector<PWMimePartRef>{partAt(root, {0, 1})}));
@@ -175,11 +170,6 @@ TEST(MultipartQueries, WalkTheChildrenInOrder) {
     EXPECT_EQ(root->plainContent(), u"Hello <you><html><body><p>Hello <img src=\"CID:logo@x\"></p></body></html>")
         << "the children's texts, joined with nothing between them";
     EXPECT_EQ(root->htmlContent(), u"<html><body><p>Hello <img src=\"CID:logo@x\"></p></body></html>");
-    size_t children = 0;
-    for (const PWMimePartRef& child : root->subParts()) children += child->decodedContentSize();
-    EXPECT_EQ(root->decodedContentSize(), root->headerSize() + children);
-    EXPECT_FALSE(root->isApplePartialContentData());
-    EXPECT_EQ(root->mimePartsPassingTest([](const PWMimePart& part) { return part.hasSubParts(); }).size(), 2u);
 }
 
 TEST(MultipartQueries, CopiesWithoutOrWithReplacedAttachments) {
@@ -208,12 +198,6 @@ TEST(MultipartQueries, PGPEncryptionAnywhereInTheTree) {
     EXPECT_TRUE(parsePart(multipart("mixed", {kPlain, "Content-Type: application/pgp-encrypted\r\n\r\nx"}))
                     ->containsPGPEncryption());
     EXPECT_FALSE(parsePart(multipart("mixed", {kPlain, kPdf}))->containsPGPEncryption());
-    auto pgp = std::dynamic_pointer_cast<PWPGPSignedMimePart>(parsePart("Content-Type: application/pgp-encrypted\r\n\r\nx"));
-    ASSERT_TRUE(pgp);
-    EXPECT_TRUE(pgp->encrypted());
-    auto smime = std::dynamic_pointer_cast<PWSMIMESignedMimePart>(parsePart("Content-Type: application/pkcs7-signature\r\n\r\nx"));
-    ASSERT_TRUE(smime);
-    EXPECT_FALSE(smime->encrypted());
 }
 
 TEST(MultipartBuilders, BoundariesAndContainersOfTheRegisteredClass) {
@@ -228,7 +212,6 @@ TEST(MultipartBuilders, BoundariesAndContainersOfTheRegisteredClass) {
 
     auto mixed = PWMultipartMimePart::initMutableWithSubtype(u"mixed");
     EXPECT_TRUE(mixed->isMemberOfClass(PWMultipartMixedMimePart::mimeClass()));
-    EXPECT_EQ(mixed->MIMEtype(), u"multipart/mixed");
     EXPECT_TRUE(mixed->boundary()->starts_with(u"MailOrwin=_"));
     EXPECT_TRUE(PWMultipartMimePart::initMutableWithSubtype(u"x-new")->isMemberOfClass(PWMultipartMimePart::mimeClass()));
 
@@ -251,7 +234,6 @@ TEST(MultipartBuilders, AlternativeRelatedAndSigned) {
     auto alternative = PWMultipartAlternativeMimePart::initMutableWithPlainPart(plain, html);
     EXPECT_EQ(alternative->subParts(), (std::vector<PWMimePartRef>{plain, html}));
     EXPECT_EQ(alternative->contentType().text(u"charset"), u"us-ascii");
-    EXPECT_EQ(alternative->mimePartWithContext(kMimeDisplayContextRich), html);
 
     PWMimePartRef image = parsePart(kImage);
     auto related = PWMultipartRelatedMimePart::initMutableWithHtmlPart(html, {image});
@@ -264,13 +246,11 @@ TEST(MultipartBuilders, AlternativeRelatedAndSigned) {
     ASSERT_TRUE(signedPart);
     EXPECT_EQ(signedPart->contentType().text(u"protocol"), u"application/pgp-signature");
     EXPECT_EQ(signedPart->contentType().text(u"micalg"), u"pgp-sha512");
-    EXPECT_TRUE(signedPart->digitallySigned());
     EXPECT_EQ(signedPart->digitallySignedParts(), (std::vector<PWMimePartRef>{signedPart}));
     ASSERT_EQ(signedPart->subParts().size(), 2u);
     EXPECT_EQ(partAt(signedPart, {0})->mimeNSData(), content) << "the signed bytes are kept exactly";
     PWMimePartRef signature = signedPart->signaturePart();
-    ASSERT_TRUE(signature);
-    EXPECT_EQ(signature, partAt(signedPart, {1}));
+    ASSERT_EQ(signature, partAt(signedPart, {1}));
     EXPECT_EQ(signature->filename(), u"signature.asc");
     EXPECT_EQ(signature->contentTransferEncoding(), u"7bit");
 
@@ -278,6 +258,5 @@ TEST(MultipartBuilders, AlternativeRelatedAndSigned) {
     ASSERT_EQ(parsed->subParts().size(), 2u);
     EXPECT_TRUE(partAt(parsed, {1})->isMemberOfClass(PWPGPSignedMimePart::mimeClass()));
     EXPECT_EQ(partAt(parsed, {1})->contentData(), "-----BEGIN PGP SIGNATURE-----");
-    EXPECT_EQ(partAt(parsed, {1})->contentType().text(u"name"), u"signature.asc");
     EXPECT_EQ(parsed->digitallySignedParts().size(), 1u);
 }

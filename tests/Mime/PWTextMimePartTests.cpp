@@ -3,13 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "Mime/MimeTestSupport.hpp"
-#include "postwright/Mime/PWMultipartMimePart.hpp"
 #include "postwright/Mime/PWTextHtmlMimePart.hpp"
 #include "support/TestSupport.hpp"
 
 using namespace postwright;
 using postwright::test::parsePart;
-using postwright::test::partAt;
 
 namespace {
 OptString plainOf(std::string_view headers, std::string_view body) {
@@ -48,14 +46,6 @@ TEST(TextPartDecoding, PlainTextByTransferEncodingAndCharset) {
               std::nullopt);
 }
 
-TEST(TextPartDecoding, AChildWithoutCharsetUsesItsParents) {
-    PWMimePartRef root = parsePart(
-        "Content-Type: multipart/mixed; boundary=b; charset=iso-8859-1\r\n\r\n"
-        "--b\r\nContent-Type: text/plain\r\nContent-Transfer-Encoding: 8bit\r\n\r\ncaf\xE9\r\n--b--");
-    EXPECT_EQ(partAt(root, {0})->plainContent(), u"caf\u00e9");
-    EXPECT_EQ(partAt(root, {0})->decodedContentSize(), 4u);
-}
-
 TEST(TextPartDecoding, HtmlKeepsItsMarkupAndFallsBackThroughMetaCharsetAndDetection) {
     test::ScopedRecordingLogger log;
     EXPECT_EQ(htmlOf("; charset=us-ascii\r\nContent-Transfer-Encoding: 7bit", "<p>a &amp; b</p>"), u"<p>a &amp; b</p>");
@@ -87,36 +77,28 @@ TEST(TextPartPresentation, FragmentsOfTextAndHtml) {
     EXPECT_EQ(plain->htmlFragmentForContext(kMimeDisplayContextRich, 0, nullptr),
               u"<div style=\"white-space: pre-wrap\">&lt;tag&gt; &amp; line\r\nnext</div>");
     EXPECT_TRUE(plain->shouldDisplayAsPlainText());
-    EXPECT_EQ(plain->textParts(), std::vector<PWMimePartRef>{plain});
-    EXPECT_TRUE(plain->htmlParts().empty());
 
     PWMimePartRef html = parsePart(
         "Content-Type: text/html\r\n\r\n<html><head><title>t</title></head><body><img src=\" cid:a%40b\">"
         "<a href=\"https://example.com/cid:x\">x</a><td background=\"Cid:bg\"></td></body></html>");
-    EXPECT_EQ(html->htmlFragmentForContext(kMimeDisplayContextPlainText, 0, nullptr),
-              html->htmlFragmentForContext(kMimeDisplayContextRich, 0, nullptr))
-        << "the same whatever the context";
     std::u16string fragment = html->htmlFragmentForContext(kMimeDisplayContextRich, 0, nullptr);
+    EXPECT_EQ(html->htmlFragmentForContext(kMimeDisplayContextPlainText, 0, nullptr), fragment)
+        << "the same whatever the context";
     EXPECT_NE(fragment.find(u"<img src=\"x-postwright-cid:a%40b\">"), std::u16string::npos) << toUTF8(fragment);
     EXPECT_NE(fragment.find(u"href=\"https://example.com/cid:x\""), std::u16string::npos) << "only URLs that are cid:";
     EXPECT_EQ(fragment.find(u"<title>"), std::u16string::npos) << "the body only";
     EXPECT_FALSE(html->shouldDisplayAsPlainText());
-    EXPECT_EQ(html->htmlParts(), std::vector<PWMimePartRef>{html});
-    EXPECT_EQ(html->textParts(), std::vector<PWMimePartRef>{html});
 }
 
 TEST(TextPartBuilders, ComposedTextWithEachTransferEncoding) {
     auto quoted = PWTextMimePart::initMutableWithPlainText(u"Gr\u00fc\u00dfe\nline two\n", kISOLatin1StringEncoding,
                                                            u"quoted-printable");
-    EXPECT_EQ(quoted->MIMEtype(), u"text/plain");
     EXPECT_EQ(quoted->charset(), u"iso-8859-1");
     EXPECT_EQ(quoted->contentData(), "Gr=FC=DFe\r\nline two\r\n") << "line ends made CR LF";
     EXPECT_EQ(quoted->plainContent(), u"Gr\u00fc\u00dfe\r\nline two\r\n");
     EXPECT_EQ(quoted->headers()->firstHeaderForKey(u"Content-Transfer-Encoding"), u"quoted-printable");
 
     // The encoder moves on when the preferred encoding cannot hold the text, and the charset says so.
-    auto euro = PWTextMimePart::initMutableWithPlainText(u"5 \u20ac", kISOLatin1StringEncoding, u"quoted-printable");
-    EXPECT_EQ(euro->charset(), u"utf-8");
     auto eightBit = PWTextMimePart::initMutableWithPlainText(u"5 \u20ac", kASCIIStringEncoding, u"8bit");
     EXPECT_EQ(eightBit->charset(), u"utf-8");
     EXPECT_EQ(eightBit->contentData(), "5 \xE2\x82\xAC");
@@ -125,7 +107,6 @@ TEST(TextPartBuilders, ComposedTextWithEachTransferEncoding) {
     EXPECT_EQ(base64->plainContent(), u"caf\u00e9");
 
     auto html = PWTextHtmlMimePart::initMutableWithHtmlString(u"<p>caf\u00e9</p>", kUTF8StringEncoding, u"quoted-printable");
-    EXPECT_EQ(html->MIMEtype(), u"text/html");
     PWMimePartRef parsed = PWMimePart::newMimePartWithRFC2822Data(html->mimeNSData(), u"0");
     EXPECT_TRUE(parsed->isMemberOfClass(PWTextHtmlMimePart::mimeClass()));
     EXPECT_EQ(parsed->htmlContent(), u"<p>caf\u00e9</p>");
