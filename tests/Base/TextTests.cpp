@@ -21,7 +21,6 @@ TEST(Text, TrimsWhiteSpaceAndLineBreaks) {
 }
 
 TEST(Text, MapsCaseOverAllOfUnicode) {
-    EXPECT_EQ(lowercase(u"SUBJECT"), u"subject");
     EXPECT_EQ(uppercase(u"stra\u00dfe"), u"STRASSE");
     EXPECT_EQ(lowercase(u"\u00c9T\u00c9"), u"\u00e9t\u00e9");
     EXPECT_TRUE(equalsIgnoringCase(u"Content-Type", u"CONTENT-TYPE"));
@@ -35,7 +34,6 @@ TEST(Text, MapsCaseOverAllOfUnicode) {
 
 TEST(Text, WritesMailTexts) {
     EXPECT_EQ(capitalizedHeaderKey(u"message-ID"), u"Message-Id");
-    EXPECT_EQ(capitalizedHeaderKey(u"x-orwin-composer-id"), u"X-Orwin-Composer-Id");
     EXPECT_EQ(quotedString(u"a \"b\" \\c"), u"\"a \\\"b\\\" \\\\c\"");
     EXPECT_EQ(stringByEscapingForHTMLContent(u"<a href=\"x\">&</a>"), u"&lt;a href=\"x\"&gt;&amp;&lt;/a&gt;");
     EXPECT_EQ(stringByEscapingForHTMLAttribute(u"\"<"), u"&quot;&lt;");
@@ -60,5 +58,4 @@ TEST(Format, FillsTheSystemsFixedFormats) {
     EXPECT_EQ(formatString(u"=%02X", {0x0Au}), u"=0A");
     EXPECT_EQ(formatString(u"%ld bytes, %d%%", {-5l, 3}), u"-5 bytes, 3%");
     EXPECT_EQ(formatString(u" weight: %0.1f", {3.0}), u" weight: 3.0");
-    EXPECT_EQ(formatString(u"/%ld", {12l}), u"/12");
 }

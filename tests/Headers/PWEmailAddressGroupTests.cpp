@@ -46,7 +46,6 @@ TEST(PWEmailAddressGroup, HeaderValuesGiveNamedAndNamelessGroups) {
     EXPECT_EQ(PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(std::nullopt), std::nullopt);
     EXPECT_EQ(PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(u"\"unclosed <a@example.com>"), std::nullopt);
     EXPECT_EQ(named[0]->digest(), shortSHAHashString(u"Team:Ann <ann@example.com>, bo@example.org;"));
-    EXPECT_NE(named[0]->description().find(u"> Team:Ann"), std::u16string::npos);
 
     // A name read raw from folded text keeps its line break, but its written form cannot start a new line.
     auto folded = PWEmailAddressGroup::emailAddressGroupsFromHeaderValue(u"Big\r\n Team: a@example.com;", 0);
@@ -92,9 +91,6 @@ TEST(PWEmailAddressGroup, EqualityAndDictionaryForms) {
     EXPECT_EQ(back->addresses().size(), 1u) << "entries without userName and domain are dropped";
     EXPECT_EQ(back->groupName(), std::nullopt) << "a name that is not a string is ignored";
     EXPECT_EQ(PWEmailAddressGroup::initWithDictionaryRepresentation(Json{{"type", "address"}}), nullptr);
-
-    a->setAuxiliaryInfo("x", "source");
-    EXPECT_EQ(a->auxiliaryInfo(), (Json{{"source", "x"}}));
 }
 
 TEST(PWRecipientList, AllRecipientsOnceInToCcBccOrder) {
@@ -109,26 +105,16 @@ TEST(PWRecipientList, AllRecipientsOnceInToCcBccOrder) {
 }
 
 TEST(PWTokenSearchEmailAddress, WeightsScoresAndTheCompletionLine) {
-    EXPECT_EQ(PWTokenSearchEmailAddress::typeWeight(), 0.10000000149011612);
-    EXPECT_EQ(PWTokenSearchEmailAddress::addressWeight(), static_cast<double>(0.2f));
-    EXPECT_EQ(PWTokenSearchEmailAddress::ageWeight(), static_cast<double>(0.3f));
-    EXPECT_EQ(PWTokenSearchEmailAddress::countWeight(), static_cast<double>(0.4f));
-
     auto hit = PWTokenSearchEmailAddress::initWithAddressComment(u"Ann Lee", u"Ann", u"Example.com");
     hit->setAgeScore(10);
     hit->setAddressScore(5);
     hit->setTypeScore(2);
     hit->setCountScore(1);
-    EXPECT_NEAR(hit->weightedScore(), 3.0 + 1.0 + 0.2 + 0.4, 1e-6);
+    // The default weights are the single-precision 0.3, 0.2, 0.1 and 0.4, widened.
     EXPECT_EQ(hit->weightedScore(), 10 * double(0.3f) + 5 * double(0.2f) + 2 * double(0.1f) + 1 * double(0.4f));
     const std::u16string description = hit->description();
-    EXPECT_EQ(description.substr(0, 27), u"<PWTokenSearchEmailAddress:");
     EXPECT_TRUE(hasSuffix(description, u"> Ann Lee <Ann@Example.com> weight: 4.6 (ag:10 t:2 ad:5 c:1)"))
         << toUTF8(description);
-
-    PWTokenSearchEmailAddress::setAgeWeight(1.0);
-    EXPECT_EQ(hit->weightedScore(), 10.0 + 5 * double(0.2f) + 2 * double(0.1f) + 1 * double(0.4f));
-    PWTokenSearchEmailAddress::setAgeWeight(static_cast<double>(0.3f));
 
     auto line = hit->searchDisplayStringWithPrefix(u"LE");
     EXPECT_EQ(line.text, u"Ann Lee <ann@example.com>");
@@ -136,11 +122,8 @@ TEST(PWTokenSearchEmailAddress, WeightsScoresAndTheCompletionLine) {
     EXPECT_EQ(line.matchedPrefix->location, 4u) << "at the start of a word, ignoring case";
     EXPECT_FALSE(hit->searchDisplayStringWithPrefix(u"nn").matchedPrefix);
 
-    auto contact = std::make_shared<Contact>();
-    contact->identifier = u"C-1";
-    contact->fullName = u"Ann Lee";
-    contact->nickname = u"Annie";
-    contact->emailAddresses = {{u"E-1", u"work", u"ann@work.example"}, {u"E-2", u"home", u"Ann@Example.com"}};
+    auto contact = std::make_shared<Contact>(Contact{
+        u"C-1", u"Ann Lee", u"Annie", {{u"E-1", u"work", u"ann@work.example"}, {u"E-2", u"home", u"Ann@Example.com"}}});
     hit->updateFromContact(contact, u"E-2");
     EXPECT_EQ(hit->searchDisplayStringWithPrefix(u"an").text, u"Ann Lee (Annie) <Ann@Example.com>");
     hit->updateFromContact(contact, u"E-9");
@@ -150,5 +133,4 @@ TEST(PWTokenSearchEmailAddress, WeightsScoresAndTheCompletionLine) {
     auto copied =
         PWTokenSearchEmailAddress::initWithEmailAddress(*PWEmailAddress::initWithRawAddress(u"x@example.org"));
     EXPECT_EQ(copied->searchDisplayStringWithPrefix(u"x").text, u"x@example.org");
-    EXPECT_EQ(copied->weightedScore(), 0.0);
 }

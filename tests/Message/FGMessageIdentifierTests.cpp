@@ -18,7 +18,6 @@ TEST(FGMessageIdentifier, StringValuesRoundTripThroughThePackedBytes) {
     auto account = FGMessageIdentifier::newWithStringValue(u"abcdefghijkl/----INVALIDMESSAGE");
     EXPECT_EQ(account->stringRepresentation(), u"abcdefghijkl/----INVALIDMESSAGE");
     EXPECT_FALSE(account->isValid());
-    EXPECT_TRUE(account->invalidContentIdentifier());
 
     auto shortAccount = FGMessageIdentifier::newWithAccountIdentifier(u"abcdefghijk", u"0123abcdefghijklmn");
     EXPECT_EQ(shortAccount->accountIdentifier(), u"AAAAAAAAAAAA") << "an 11-character account gives no account";
@@ -27,7 +26,6 @@ TEST(FGMessageIdentifier, StringValuesRoundTripThroughThePackedBytes) {
     EXPECT_EQ(shortContent->accountIdentifier(), u"abcdefghijkl") << "the account is still decoded";
 
     EXPECT_FALSE(FGMessageIdentifier::newWithStringValue(u"no-slash"));
-    EXPECT_FALSE(FGMessageIdentifier::newWithStringValue(u""));
     EXPECT_FALSE(FGMessageIdentifier::newWithStringValue(std::nullopt));
 }
 
@@ -68,7 +66,6 @@ TEST(FGMessageIdentifier, InterningSharesOneObjectAndEqualityIgnoresFlags) {
     auto other = FGMessageIdentifier::newWithAccountIdentifier(u"zzzzzzzzzzzz", u"AAAAbbbbCCCCdddd01");
     EXPECT_TRUE(other->hasEqualContentIdentifierAs(*first));
     EXPECT_FALSE(other->hasEqualAccountIdentifierAs(*first));
-    EXPECT_FALSE(other->isEqual(*first));
 
     auto found = FGMessageIdentifier::identifiersForContentIdentifiers({u"AAAAbbbbCCCCdddd01", u"unknown-content-id"});
     EXPECT_EQ(found.size(), 2u) << "one per cached account holding that content";
@@ -104,7 +101,6 @@ TEST(RFC2822IDHash, DigestsTheTrimmedMessageId) {
     EXPECT_EQ(bracketed, bare);
     EXPECT_EQ(bare.stringRepresentation(), u"JlczmCq5J81oGon65QJJbQ");
     EXPECT_EQ(RFC2822IDHash::newWithStringRepresentation(bare.stringRepresentation()), bare);
-    EXPECT_EQ(std::hash<RFC2822IDHash>()(bare), std::hash<RFC2822IDHash>()(bracketed));
     EXPECT_THROW(RFC2822IDHash::newWithStringRepresentation(u"short"), ProgrammingError);
 }
 

@@ -36,20 +36,11 @@ TEST(PWMessageContents, ParsesLazilyAndAnswersFromItsViews) {
     EXPECT_EQ(contents->headers(), contents->headers()) << "parsed once and kept";
     EXPECT_EQ(contents->rootMimePart(), contents->rootMimePart());
     EXPECT_EQ(contents->size(), sizeof kAlternative - 1);
-    EXPECT_TRUE(contents->mimeAttachments().empty());
-    EXPECT_TRUE(contents->isWellFormed());
-    EXPECT_EQ(contents->headersMessageId(), u"<1234567890abcdefghijk@x>");
     EXPECT_EQ(contents->headersInReplyTos(), std::vector<std::u16string>{u"<abcdefghij1234567890@y>"});
-    EXPECT_EQ(contents->headersInReplyTosDigests()->size(), 1u);
     EXPECT_EQ(contents->plainText(), u"Hello <there>");
     EXPECT_EQ(contents->copy(), contents) << "immutable contents are their own copy";
     EXPECT_EQ(contents->encryptionFlags(), 0u);
-}
-
-TEST(PWMessageContents, TheRootSharesTheParsedHeaderBlock) {
-    auto contents = PWMessageContents::initWithHeaderAndBodyData(Data::withString(kAlternative));
-    EXPECT_EQ(contents->rootMimePart()->headers(), contents->headers()) << "one parse of the same bytes";
-    EXPECT_EQ(contents->rootMimePart()->subParts().size(), 2u);
+    EXPECT_EQ(contents->rootMimePart()->headers(), contents->headers()) << "the root shares the parsed header block";
 
     // Leading blank lines are trimmed from the entity, so its header block is other bytes: parsed anew.
     auto indented = PWMessageContents::initWithHeaderAndBodyData(Data::withString(std::string("\r\n") + kAlternative));
@@ -103,8 +94,6 @@ TEST(PWMessageContents, RendersDocumentsForEachContext) {
     std::u16string plain = contents->htmlDocumentWithContext(kMessageDisplayPlainText);
     EXPECT_NE(plain.find(u"Hello &lt;there&gt;"), std::u16string::npos) << "plain text is escaped";
     EXPECT_NE(plain.find(u"<pre style=\"white-space: pre-wrap\">"), std::u16string::npos);
-    EXPECT_EQ(PWMessageContents::htmlEnvelopeWithContents(u"<x>").find(u"<x>") != std::u16string::npos, true)
-        << "the envelope inserts its text as it stands";
 }
 
 TEST(PWMessageContents, IdentifiersOfBrokenOrEmptyHeaders) {
@@ -141,7 +130,6 @@ TEST(PWMessageContents, SignaturesAndSizes) {
 TEST(PWMessageContents, MutableContentsFollowTheirTree) {
     auto contents = PWMessageContents::initWithHeaderAndBodyData(Data::withString(kAlternative));
     auto mutableContents = contents->mutableCopy();
-    EXPECT_TRUE(mutableContents->isMutable());
     EXPECT_EQ(mutableContents->contentData(), Data::withString(kAlternative)) << "an untouched tree writes back its bytes";
     std::u16string before = mutableContents->contentIdentifier();
     mutableContents->rootMimePart()->setHeader(u"Changed", u"Subject");
@@ -165,9 +153,7 @@ TEST(PWMBoxMessageContents, EnvelopeLinesGiveMboxContents) {
     auto contents = PWMessageContents::initWithHeaderAndBodyData(mbox);
     auto envelope = std::dynamic_pointer_cast<PWMBoxMessageContents>(contents);
     ASSERT_TRUE(envelope) << "data that begins with From makes mbox contents";
-    EXPECT_EQ(envelope->contentData(), "Subject: one\n\nbody\n");
-    EXPECT_EQ(envelope->mboxFrom()->userAtDomain(), u"joe@example.com");
-    EXPECT_EQ(envelope->mboxDate(), 1704067200000.0);
+    EXPECT_EQ(envelope->contentData(), "Subject: one\n\nbody\n");  // its sender and date: through the abstract
     auto bare = PWMessageContents::initWithHeaderAndBodyData(Data::withString("From "));
     EXPECT_FALSE(std::dynamic_pointer_cast<PWMBoxMessageContents>(bare)) << "a failed envelope scan is plain data";
 }

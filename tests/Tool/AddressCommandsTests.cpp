@@ -4,27 +4,16 @@
 #include <nlohmann/json.hpp>
 
 #include "support/ToolRunner.hpp"
-#include <string>
-#include <vector>
+
+using postwright::test::runTool;
 
 namespace {
-struct Output {
-    int status = -1;
-    std::string text;
-};
-
-// Runs the tool and collects its standard output.
-Output run(const std::vector<std::string>& arguments) {
-    postwright::test::ToolRun tool = postwright::test::runTool(arguments);
-    return {tool.status, tool.out};
-}
-
 nlohmann::ordered_json parse(const std::vector<std::string>& arguments) {
     std::vector<std::string> full{"parse"};
     full.insert(full.end(), arguments.begin(), arguments.end());
-    Output output = run(full);
-    EXPECT_EQ(output.status, 0);
-    return nlohmann::ordered_json::parse(output.text, nullptr, false);
+    postwright::test::ToolRun run = runTool(full);
+    EXPECT_EQ(run.status, 0);
+    return nlohmann::ordered_json::parse(run.out, nullptr, false);
 }
 }  // namespace
 
@@ -74,13 +63,14 @@ TEST(AddressCommands, DateKindsFollowThePinnedClockZoneAndLocale) {
         parse({"date-tolerant", "--now", "2024-03-05", "--tz", "Europe/Berlin", "sent 3/4/2020 at 10:00"})["value"],
         (nlohmann::ordered_json{"2020-03-04T09:00:00.000Z", "2020-04-03T08:00:00.000Z"}))
         << "read piecewise: the first number between separators (here after a space) is the month";
-    EXPECT_EQ(run({"parse", "date", "--now", "yesterday", "x"}).status, 2);
+    EXPECT_EQ(runTool({"parse", "date", "--now", "yesterday", "x"}).status, 2);
 }
 
 TEST(AddressCommands, EncodeWritesTheListBackInRFC2822Form) {
-    Output output = run({"encode", "address-list", "Lee, Ann <Ann@Example.com>, Team: \"J. Doe\" <J@X.org>, b@y.org;"});
+    auto output =
+        runTool({"encode", "address-list", "Lee, Ann <Ann@Example.com>, Team: \"J. Doe\" <J@X.org>, b@y.org;"});
     EXPECT_EQ(output.status, 0);
-    EXPECT_EQ(output.text, "Ann <ann@example.com>,Team:\"J. Doe\" <j@x.org>, b@y.org;\n")
+    EXPECT_EQ(output.out, "Ann <ann@example.com>,Team:\"J. Doe\" <j@x.org>, b@y.org;\n")
         << "the unquoted comma splits Lee off as an invalid address, which has no RFC 2822 form";
-    EXPECT_EQ(run({"encode", "address-list", "\"unclosed"}).status, 1);
+    EXPECT_EQ(runTool({"encode", "address-list", "\"unclosed"}).status, 1);
 }

@@ -21,22 +21,20 @@ ToolRun html(std::vector<std::string> arguments, const std::string& input = "") 
 
 }  // namespace
 
-TEST(HtmlCommand, NormalizePrintsTheDocumentElement) {
+TEST(HtmlCommand, NormalizePrintsTheDocumentElementOfStandardInputOrAFile) {
     ToolRun run = html({"normalize", "-"}, "<title>T</title><p class=a>One<p>Two &amp; <br/>");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out, "<html><head><title>T</title></head><body><p class=\"a\">One</p><p>Two &amp; <br></p></body></html>\n");
     EXPECT_EQ(html({"normalize"}, "x").out, "<html><head></head><body>x</body></html>\n") << "no FILE reads stdin";
     // Bytes that are not UTF-8 are decoded by detection.
     EXPECT_EQ(html({"normalize"}, "<p>caf\xe9</p>").out, "<html><head></head><body><p>caf\xc3\xa9</p></body></html>\n");
-}
 
-TEST(HtmlCommand, NormalizeReadsAFile) {
     auto path = std::filesystem::temp_directory_path() / ("pw-html-file-" + std::to_string(::getpid()) + ".html");
     std::ofstream(path, std::ios::binary) << "<b>bold";
-    ToolRun run = html({"normalize", path.string()});
+    ToolRun file = html({"normalize", path.string()});
     std::filesystem::remove(path);
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "<html><head></head><body><b>bold</b></body></html>\n");
+    EXPECT_EQ(file.status, 0);
+    EXPECT_EQ(file.out, "<html><head></head><body><b>bold</b></body></html>\n");
     ToolRun missing = html({"normalize", "/nonexistent/file.html"});
     EXPECT_EQ(missing.status, 1);
     EXPECT_NE(missing.err.find("cannot read /nonexistent/file.html"), std::string::npos);

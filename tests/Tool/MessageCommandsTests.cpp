@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -81,12 +82,9 @@ void expectGolden(const json& actual, const std::string& name) {
     ADD_FAILURE() << name << ": the output differs from " << golden << "; see " << actualPath;
 }
 
-std::string goldenName(const std::string& corpusPath) {
-    std::string name = corpusPath;
-    for (char& c : name) {
-        if (c == '/') c = '_';
-    }
-    return name.substr(0, name.size() - 4);  // without ".eml"
+std::string goldenName(std::string corpusPath) {
+    std::replace(corpusPath.begin(), corpusPath.end(), '/', '_');
+    return corpusPath.substr(0, corpusPath.size() - 4);  // without ".eml"
 }
 
 TEST(InspectGolden, CorpusMessagesAsWrittenAndWithConvertedLineEnds) {

@@ -19,7 +19,6 @@ TEST(MimeCommands, TreePrintsEveryPartWithItsFields) {
     json tree = json::parse(run.out);
     EXPECT_EQ(tree["class"], "PWMultipartMixedMimePart");
     EXPECT_EQ(tree["contentType"]["boundary"], "=_mixed");
-    EXPECT_EQ(tree["contentDisposition"], nullptr);
     ASSERT_EQ(tree["children"].size(), 2u);
     const json& pdf = tree["children"][1];
     EXPECT_EQ(pdf["identifier"], "0/1");
@@ -93,13 +92,12 @@ TEST(MimeCommands, RoundtripPassesAndFailsWithItsExitStatus) {
 
 TEST(MimeCommands, ReadsMboxEmlxAndStandardInput) {
     std::string message = fileContents(kSimple);
-    auto mbox = runTool({"text", "-"}, "From joe@example.com Tue Mar  5 10:04:00 2024\n" + message +
-                                           "\nFrom ann@example.org Tue Mar  5 11:00:00 2024\nSubject: second\n\nno\n");
+    std::string twoMessages = "From joe@example.com Tue Mar  5 10:04:00 2024\n" + message +
+                              "\nFrom ann@example.org Tue Mar  5 11:00:00 2024\nSubject: second\n\nno\n";
+    auto mbox = runTool({"text", "-"}, twoMessages);
     ASSERT_EQ(mbox.status, 0) << mbox.err;
     EXPECT_NE(mbox.out.find("lunch at the caf\xC3\xA9 on Friday?"), std::string::npos);
     EXPECT_EQ(mbox.out.find("second"), std::string::npos) << "the first message only";
-    std::string twoMessages = "From joe@example.com Tue Mar  5 10:04:00 2024\n" + message +
-                              "\nFrom ann@example.org Tue Mar  5 11:00:00 2024\nSubject: second\n\nno\n";
     auto second = runTool({"text", "-", "--index", "1"}, twoMessages);
     EXPECT_EQ(second.out, "no\n") << second.err;
     auto beyond = runTool({"tree", "-", "--index", "2"}, twoMessages);
