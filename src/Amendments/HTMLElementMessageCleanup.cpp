@@ -131,4 +131,46 @@ HTMLElementRef duplicateWithTagName(const HTMLElement& element, std::u16string_v
     return copy;
 }
 
+// ---- Style sheets of the document head ----------------------------------------------------------------------
+
+namespace {
+bool isStyleSheet(const HTMLElement& element) {
+    if (element.isHTMLElementNamed(u"style")) return true;
+    if (!element.isHTMLElementNamed(u"link")) return false;
+    // rel is a set of tokens separated by ASCII white space.
+    std::u16string rel = lowercase(element.attribute(u"rel").value_or(u""));
+    for (char16_t& c : rel) {
+        if (c == u'\t' || c == u'\r' || c == u'\n' || c == u'\f') c = u' ';
+    }
+    for (const std::u16string& token : componentsSeparatedBy(rel, u" ")) {
+        if (token == u"stylesheet") return true;
+    }
+    return false;
+}
+
+template <typename Test>
+void removeHeadStyleSheets(HTMLDocument& document, Test shouldRemove) {
+    HTMLElementRef head = document.head();
+    if (!head) return;
+    for (const HTMLElementRef& element : head->querySelectorAll(u"style, link")) {
+        if (isStyleSheet(*element) && shouldRemove(*element)) element->removeFromParent();
+    }
+}
+}  // namespace
+
+void purgeHeadCSSForPlainContent(HTMLDocument& document) {
+    removeHeadStyleSheets(document, [](const HTMLElement&) { return true; });
+}
+
+void purgeHeadCSSWithFilters(HTMLDocument& document, const std::vector<std::u16string>& filters) {
+    removeHeadStyleSheets(document, [&](const HTMLElement& element) {
+        std::u16string id = element.elementId();
+        for (const std::u16string& filter : filters) {
+            if (!id.empty() && id == filter) return true;
+            if (element.hasClass(filter)) return true;
+        }
+        return false;
+    });
+}
+
 }  // namespace postwright

@@ -141,6 +141,37 @@ Data componentsJoinedByData(const std::vector<const Data*>& list, const Data& se
     return Data::withBytes(flat.bytes(), flat.length());
 }
 
+Data dataByNormalizingLineEndsToCRLF(const Data& data) {
+    const uint8_t* bytes = data.bytes();
+    size_t length = data.length();
+    bool canonical = true;
+    for (size_t i = 0; i < length && canonical; ++i) {
+        if (bytes[i] == '\r') {
+            if (i + 1 < length && bytes[i + 1] == '\n') {
+                ++i;
+            } else {
+                canonical = false;
+            }
+        } else if (bytes[i] == '\n') {
+            canonical = false;
+        }
+    }
+    if (canonical) return data;
+    std::string out;
+    out.reserve(length + length / 32 + 2);
+    for (size_t i = 0; i < length; ++i) {
+        if (bytes[i] == '\r') {
+            out += "\r\n";
+            if (i + 1 < length && bytes[i + 1] == '\n') ++i;
+        } else if (bytes[i] == '\n') {
+            out += "\r\n";
+        } else {
+            out += static_cast<char>(bytes[i]);
+        }
+    }
+    return Data::adopting(std::move(out));
+}
+
 OptString asciiEncodedString(const Data& data) { return stringFromData(data, kASCIIStringEncoding); }
 OptString utf8EncodedString(const Data& data) { return stringFromData(data, kUTF8StringEncoding); }
 OptString latin1EncodedString(const Data& data) { return stringFromData(data, kISOLatin1StringEncoding); }

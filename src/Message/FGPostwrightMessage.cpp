@@ -1,5 +1,7 @@
 #include "postwright/Message/FGPostwrightMessage.hpp"
 
+#include "postwright/Message/FGBaseMutableMessage.hpp"
+
 namespace postwright {
 
 std::shared_ptr<FGPostwrightMessage> FGPostwrightMessage::initWithMessageAbstract(
@@ -39,6 +41,22 @@ void FGPostwrightMessage::setMessageContents(const PWMessageContentsRef& content
 std::shared_ptr<FGMessageAbstract> FGPostwrightMessage::abstract() const {
     std::lock_guard lock(mutex_);
     return abstract_;
+}
+
+std::shared_ptr<FGBaseMutableMessage> FGPostwrightMessage::mutableCopy() const {
+    auto copy = FGBaseMutableMessage::initWithMessageContents(messageContents());
+    PWMessageHeadersRef own = headers();
+    OptString composerId = own ? own->firstHeaderForKey(PWMessageHeaderComposerIdKey) : std::nullopt;
+    // The copy's headers come from the same contents, so the id is usually there already; writing it again
+    // would only mark an untouched copy changed.
+    if (copy->headers()->firstHeaderForKey(PWMessageHeaderComposerIdKey) != composerId) {
+        copy->headers()->setHeader(composerId, PWMessageHeaderComposerIdKey);
+    }
+    return copy;
+}
+
+std::shared_ptr<FGBaseMutableMessage> FGPostwrightMessage::amendableCopy() const {
+    return FGBaseMutableMessage::initWithMessageContents(messageContents(), true);
 }
 
 PWMessageHeadersRef FGPostwrightMessage::headers() const {

@@ -72,12 +72,14 @@ void PWMimeAttachment::setAlternativeTitle(const OptString& title) {
     alternativeTitle_ = title;
 }
 
-std::u16string PWMimeAttachment::resourceURL() const {
+OptString PWMimeAttachment::resourceURL() const { return contentIdURLForContentId(contentId().value_or(u"")); }
+
+std::u16string contentIdURLForContentId(std::u16string_view contentId) {
     // RFC 3986: characters outside the unreserved and reserved sets, and "%" itself, are percent-encoded,
     // so that the URL survives as an attribute value and compares equal to the same id written elsewhere.
     static const char hex[] = "0123456789ABCDEF";
     std::u16string url(FGWebViewContentIdSchemeKey);
-    for (unsigned char byte : toUTF8(contentId().value_or(u""))) {
+    for (unsigned char byte : toUTF8(contentId)) {
         bool plain = byte > 0x20 && byte < 0x7F && std::string_view("\"%<>\\^`{|}").find(static_cast<char>(byte)) ==
                                                       std::string_view::npos;
         if (plain) {
@@ -217,7 +219,7 @@ std::u16string PWMimeAttachment::htmlFragmentForContext(int, unsigned, std::vect
     if (!name || name->empty()) name = filename();
     if (!name || name->empty()) name = unknownFileName();
     std::u16string type = MIMEtype();
-    std::u16string url = stringByEscapingForHTMLAttribute(resourceURL());
+    std::u16string url = stringByEscapingForHTMLAttribute(*resourceURL());
     std::u16string escapedName = stringByEscapingForHTMLAttribute(*name);
     std::u16string html = u"<span orw-mime-type=\"" + stringByEscapingForHTMLAttribute(type) + u"\" orw-name=\"" +
                           escapedName + u"\" orw-src=\"" + url + u"\">";

@@ -13,31 +13,6 @@
 using namespace postwright;
 
 namespace {
-struct CorpusMessage {
-    std::string name;
-    Data bytes;
-};
-
-// The message files, and every message of the mbox files.
-std::vector<CorpusMessage> corpusMessages() {
-    std::vector<CorpusMessage> messages;
-    for (const auto& path : test::corpusFiles("messages")) {
-        if (auto data = Data::mapFile(path.string())) messages.push_back({path.string(), *data});
-    }
-    for (const auto& path : test::corpusFiles("mbox")) {
-        std::optional<Data> file = Data::mapFile(path.string());
-        if (!file) continue;
-        FGDataScanner scanner(*file);
-        Data fromLine, message;
-        for (int index = 0; !scanner.isAtEnd(); ++index) {
-            size_t before = scanner.location();
-            if (!scanner.scanMboxMessage(&fromLine, &message) || scanner.location() == before) break;
-            messages.push_back({path.string() + " #" + std::to_string(index), message});
-        }
-    }
-    return messages;
-}
-
 std::vector<PWMimePartRef> leavesOf(const PWMimePartRef& root) {
     return root->mimePartsPassingTest([](const PWMimePart& part) { return !part.hasSubParts(); });
 }
@@ -51,11 +26,11 @@ bool malformedQuotedPrintable(const PWMimePart& part) {
 }  // namespace
 
 TEST(MimeCorpus, EveryMessageParsesWritesBackAndSurvivesTheRoundTrip) {
-    std::vector<CorpusMessage> messages = corpusMessages();
+    std::vector<test::CorpusMessage> messages = test::corpusMessages();
     ASSERT_GT(messages.size(), 330u) << "the corpus must be beside the project";
     test::ScopedRecordingLogger quiet;
     size_t parts = 0;
-    for (const CorpusMessage& message : messages) {
+    for (const test::CorpusMessage& message : messages) {
         SCOPED_TRACE(message.name);
         if (message.bytes.empty()) {
             EXPECT_EQ(PWMimePart::newMimePartWithRFC2822Data(message.bytes, u"0"), nullptr);
@@ -76,7 +51,7 @@ TEST(MimeCorpus, EveryMessageParsesWritesBackAndSurvivesTheRoundTrip) {
 TEST(MimeCorpus, EveryLeafDecodes) {
     test::ScopedRecordingLogger quiet;
     size_t texts = 0, attachments = 0, undecodedAttachments = 0;
-    for (const CorpusMessage& message : corpusMessages()) {
+    for (const test::CorpusMessage& message : test::corpusMessages()) {
         SCOPED_TRACE(message.name);
         PWMimePartRef root = PWMimePart::newMimePartWithRFC2822Data(message.bytes, u"0");
         if (!root) continue;
@@ -116,7 +91,7 @@ TEST(MimeCorpus, EveryLeafDecodes) {
 
 TEST(MimeCorpus, EveryTreeRendersAndRebuildsWithoutACRLFAssertion) {
     test::ScopedRecordingLogger quiet;
-    for (const CorpusMessage& message : corpusMessages()) {
+    for (const test::CorpusMessage& message : test::corpusMessages()) {
         SCOPED_TRACE(message.name);
         PWMimePartRef root = PWMimePart::newMimePartWithRFC2822Data(message.bytes, u"0");
         if (!root) continue;

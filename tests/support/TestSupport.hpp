@@ -55,4 +55,11 @@ inline Data bytes(std::string_view text) { return Data::withString(text); }
 std::vector<std::filesystem::path> corpusFiles(const std::string& subfolder = "messages");
 std::filesystem::path corpusDirectory();
 
+struct CorpusMessage {
+    std::string name;
+    Data bytes;
+};
+// Every message of the corpus: the message files, then each message of the mbox files.
+std::vector<CorpusMessage> corpusMessages();
+
 }  // namespace postwright::test

@@ -46,5 +46,9 @@ std::string inspectHelp();
 int runInspect(const std::vector<std::string>& arguments);
 std::string indexHelp();
 int runIndex(const std::vector<std::string>& arguments);
+std::string composeHelp();
+int runCompose(const std::vector<std::string>& arguments);
+std::string editHelp();
+int runEdit(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

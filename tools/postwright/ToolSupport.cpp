@@ -25,9 +25,9 @@ Arguments::Arguments(const std::vector<std::string>& arguments, const std::set<s
             }
             if (valueOptions.count(name)) {
                 if (hasInline) {
-                    values_[name] = inlineValue;
+                    values_[name].push_back(inlineValue);
                 } else if (i + 1 < arguments.size()) {
-                    values_[name] = arguments[++i];
+                    values_[name].push_back(arguments[++i]);
                 } else {
                     error_ = "option --" + name + " needs a value";
                     return;
@@ -47,7 +47,12 @@ Arguments::Arguments(const std::vector<std::string>& arguments, const std::set<s
 std::optional<std::string> Arguments::value(const std::string& name) const {
     auto found = values_.find(name);
     if (found == values_.end()) return std::nullopt;
-    return found->second;
+    return found->second.back();
+}
+
+std::vector<std::string> Arguments::values(const std::string& name) const {
+    auto found = values_.find(name);
+    return found == values_.end() ? std::vector<std::string>() : found->second;
 }
 
 std::optional<unsigned long long> Arguments::number(const std::string& name) {

@@ -15,7 +15,9 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "postwright/Html/HTMLDocument.hpp"
 #include "postwright/Html/HTMLElement.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 
@@ -64,5 +66,16 @@ std::u16string comparableStringContents(HTMLElement& element);
 // A new HTML element named tagName with a copy of the element's attributes and children parsed from the
 // element's inner HTML.
 HTMLElementRef duplicateWithTagName(const HTMLElement& element, std::u16string_view tagName);
+
+// ---- Style sheets of the document head ----
+//
+// A style sheet is a "style" element or a "link" element whose rel names "stylesheet" (tokens compared
+// ignoring case). Only the head's style sheets are touched; those in the body stay.
+
+// Removes every style sheet from the head: plain-text delivery keeps nothing of the composer's styling.
+void purgeHeadCSSForPlainContent(HTMLDocument& document);
+// Removes the head's style sheets whose id, or one of whose class names, equals an entry of filters (the
+// composer's own sheets, marked "local-styles"); the others stay.
+void purgeHeadCSSWithFilters(HTMLDocument& document, const std::vector<std::u16string>& filters);
 
 }  // namespace postwright

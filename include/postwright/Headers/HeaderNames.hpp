@@ -21,6 +21,7 @@ inline constexpr char16_t PWMessageHeaderReceivedKey[] = u"Received";
 inline constexpr char16_t PWMessageHeaderDeliveredToKey[] = u"Delivered-To";
 inline constexpr char16_t PWMessageHeaderResentToKey[] = u"Resent-To";
 inline constexpr char16_t PWMessageHeaderXMailerKey[] = u"X-Mailer";
+inline constexpr char16_t PWMessageHeaderMIMEVersionKey[] = u"MIME-Version";
 inline constexpr char16_t PWMessageHeaderXKeyfolioKey[] = u"X-Keyfolio";
 inline constexpr char16_t PWMessageHeaderXAppleContentLengthKey[] = u"X-Apple-Content-Length";
 inline constexpr char16_t PWMessageHeaderXUnsent[] = u"X-Unsent";

@@ -60,6 +60,10 @@ std::vector<Data> componentsSeparatedByData(const Data& data, const Data& separa
 // A nullptr element stands for an element that is not a byte buffer: it adds neither bytes nor separator.
 Data componentsJoinedByData(const std::vector<const Data*>& list, const Data& separator);
 
+// The bytes with every line end written as CR LF (a bare LF or a lone CR becomes CR LF). When they already
+// are, the same buffer comes back and nothing is copied.
+Data dataByNormalizingLineEndsToCRLF(const Data& data);
+
 // Text from the bytes under a fixed encoding, nullopt when the decoder rejects them.
 OptString asciiEncodedString(const Data& data);
 OptString utf8EncodedString(const Data& data);

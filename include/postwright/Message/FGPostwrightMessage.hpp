@@ -18,6 +18,8 @@
 
 namespace postwright {
 
+class FGBaseMutableMessage;
+
 class FGPostwrightMessage : public std::enable_shared_from_this<FGPostwrightMessage> {
 public:
     FGPostwrightMessage() = default;
@@ -37,6 +39,12 @@ public:
     // Caches a copy of the contents; the abstract is not rebuilt.
     void setMessageContents(const PWMessageContentsRef& contents);
     std::shared_ptr<FGMessageAbstract> abstract() const;
+
+    // A mutable message (FGBaseMutableMessage.hpp) opened from the cached contents, unchanged, with this
+    // message's "X-Orwin-Composer-Id" (none when it has none). An untouched copy gives back the contents.
+    std::shared_ptr<FGBaseMutableMessage> mutableCopy() const;
+    // A mutable message opened from the cached contents for amending: its headers are copied as they are.
+    std::shared_ptr<FGBaseMutableMessage> amendableCopy() const;
 
     // From the cached contents (nullptr when nothing is cached).
     PWMessageHeadersRef headers() const;

@@ -21,11 +21,12 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Mime/FGMessageAttachment.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
 namespace postwright {
 
-class PWMimeAttachment : public PWMimePart {
+class PWMimeAttachment : public PWMimePart, public FGMessageAttachment {
 public:
     static const PWMimeClass& mimeClass();
     const PWMimeClass& objectClass() const override { return mimeClass(); }
@@ -78,9 +79,10 @@ public:
     // ---- The composer's attachment object ----
 
     // The part itself: the message model lists parsed attachments as its attachment objects.
-    PWMimePartRef mimePart() const { return std::const_pointer_cast<PWMimePart>(shared_from_this()); }
+    PWMimePartRef mimePart() const override { return std::const_pointer_cast<PWMimePart>(shared_from_this()); }
     // "x-postwright-cid:" followed by the content id (characters that URLs do not allow percent-encoded).
-    std::u16string resourceURL() const;
+    // Always has a value: every parsed part has a content id (its identifier when the message gives none).
+    OptString resourceURL() const override;
 
     // ---- Tree queries and presentation ----
 
@@ -102,5 +104,10 @@ protected:
 private:
     OptString alternativeTitle_;
 };
+
+// The content-id URL of a content id: FGWebViewContentIdSchemeKey followed by the id, with the characters
+// that URLs do not allow (and "%") percent-encoded, as RFC 2392 writes "cid:" URLs. Rendered messages,
+// placeholders and the composer's attachments all use this form, so the same id always gives the same URL.
+std::u16string contentIdURLForContentId(std::u16string_view contentId);
 
 }  // namespace postwright

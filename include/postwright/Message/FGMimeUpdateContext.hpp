@@ -1,0 +1,34 @@
+// FGMimeUpdateContext: what a rebuild of a message's MIME tree for delivery needs to know.
+//
+// FGBaseMutableMessage::updateMimePartsWithContext rebuilds a composed message from its HTML document and
+// attachment list; the context says what kind of update it is (the MIME fragmentation amendment uses 0),
+// whether the message goes out through an Exchange account (attachment placeholders then become their
+// names in brackets and every attachment goes after the body), and which amendments are in force (handed
+// on to the plain-text builder).
+//
+//     auto context = FGMimeUpdateContext::initWithType(0, /*isExchangeDelivery=*/false);
+//     PWMimePartRef root = message->updateMimePartsWithContext(context);
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace postwright {
+
+class PWMessageAmendment;
+using PWMessageAmendmentRef = std::shared_ptr<PWMessageAmendment>;
+using PWMessageAmendmentList = std::vector<PWMessageAmendmentRef>;
+
+struct FGMimeUpdateContext {
+    uint64_t type = 0;
+    bool isExchangeDelivery = false;
+    // Empty unless the caller fills it.
+    PWMessageAmendmentList amendments;
+
+    static FGMimeUpdateContext initWithType(uint64_t type, bool isExchangeDelivery) {
+        return FGMimeUpdateContext{type, isExchangeDelivery, {}};
+    }
+};
+
+}  // namespace postwright
