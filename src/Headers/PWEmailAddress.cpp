@@ -316,7 +316,9 @@ OptString PWEmailAddress::rfc2822Representation() const {
     }
     std::u16string out;
     if (isNonEmpty(comment)) {
-        out = isAtomText(*comment) ? *comment : u"\"" + replaceAll(*comment, u"\"", u"\\\"") + u"\"";
+        // RFC 5322 section 3.2.4: inside a quoted string a backslash and a double quote are quoted pairs.
+        out = isAtomText(*comment) ? *comment
+                                   : u"\"" + replaceAll(replaceAll(*comment, u"\\", u"\\\\"), u"\"", u"\\\"") + u"\"";
     }
     if (OptString base = baseAddress(); isNonEmpty(base)) out += out.empty() ? *base : u" <" + *base + u">";
     return out;

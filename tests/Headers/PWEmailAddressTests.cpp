@@ -158,6 +158,32 @@ TEST(PWEmailAddressForms, DerivedFormsAndTheRFC2822Output) {
     EXPECT_EQ(PWEmailAddress::rfc2822RepresentationForAddresses({invalid}), std::nullopt);
 }
 
+TEST(PWEmailAddressForms, DisplayNamesReadBackAsWritten) {
+    // Line breaks are kept as the two characters "\r" and "\n" by every address part, so that is what
+    // comes back; everything else comes back as given.
+    const std::pair<std::u16string, std::u16string> names[] = {
+        {u"Smith\\Jones", u"Smith\\Jones"},
+        {u"Say \"hi\"", u"Say \"hi\""},
+        {u"\\\"", u"\\\""},
+        {u"Doe, John", u"Doe, John"},
+        {u"Zo\u00eb, \"the\" \\ one", u"Zo\u00eb, \"the\" \\ one"},
+        {u"\u674e\u5c0f\u9f99 (Bruce)", u"\u674e\u5c0f\u9f99 (Bruce)"},
+        {u"Ann\r\nLee", u"Ann\\r\\nLee"},
+    };
+    for (const auto& [name, expected] : names) {
+        SCOPED_TRACE(toUTF8(name));
+        OptString written = address(name, u"user", u"example.com")->rfc2822Representation();
+        ASSERT_TRUE(written);
+        EXPECT_EQ(written->find_first_of(u"\r\n"), std::u16string::npos);
+        std::optional<PWEmailAddressList> read = PWEmailAddress::emailAddressesFromHeaderValue(*written);
+        ASSERT_TRUE(read && read->size() == 1);
+        EXPECT_EQ(read->front()->addressComment(), expected);
+        EXPECT_EQ(read->front()->userAtDomain(), u"user@example.com");
+    }
+    EXPECT_EQ(address(u"Smith\\Jones", u"a", u"example.com")->rfc2822Representation(),
+              u"\"Smith\\\\Jones\" <a@example.com>");
+}
+
 TEST(PWEmailAddressIdentity, EqualAddressesHashEquallyAndInternToOneObject) {
     auto a = address(u"Ann", u"Ann", u"Example.com");
     auto b = address(u"Ann", u"ann", u"EXAMPLE.com");
