@@ -19,6 +19,21 @@ bool isHeaderText(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), [&](char16_t c) { return vchar.contains(c); });
 }
 
+// The lines of a text, split at CR LF, lone CR and lone LF.
+std::vector<std::u16string> valueLines(std::u16string_view text) {
+    std::vector<std::u16string> lines;
+    size_t start = 0;
+    while (true) {
+        size_t end = text.find_first_of(u"\r\n", start);
+        if (end == std::u16string_view::npos) {
+            lines.emplace_back(text.substr(start));
+            return lines;
+        }
+        lines.emplace_back(text.substr(start, end - start));
+        start = end + ((text[end] == u'\r' && end + 1 < text.size() && text[end + 1] == u'\n') ? 2 : 1);
+    }
+}
+
 // The last folding white space in [from, to), never at `from` itself (a piece is never empty).
 size_t lastWhiteSpace(std::u16string_view line, size_t from, size_t to) {
     for (size_t p = to; p-- > from + 1;) {
@@ -96,28 +111,33 @@ OptString PWMutableMessageHeaderEntry::foldedHeaderWithOption(unsigned options,
     const std::u16string lineEnd = (options & kFoldLineFeedOnly) ? u"\n" : u"\r\n";
     const char16_t continuationSpace = (options & kFoldTabContinuation) ? u'\t' : u' ';
     std::u16string text = *stored;
-    // A value that is not plain header text, or that holds a line break, is written as an encoded word;
-    // its line breaks come back as real ones so that they fold instead of hiding in the word.
-    if (!isHeaderText(text) || text.find_first_of(u"\r\n") != std::u16string::npos) {
-        OptString word = mimeWordWithString(text, kUTF8StringEncoding, nullptr);
-        if (!word) return std::nullopt;
-        text = replaceAllIgnoringCase(replaceAllIgnoringCase(*word, u"=0D", u"\r"), u"=0A", u"\n");
-        if (!isHeaderText(text)) return std::nullopt;
+    // A value that is not plain header text, or that holds a line break, is written as encoded words. A
+    // short one-line value is one word; a longer value is several, each at most 75 characters (RFC 2047
+    // section 2) with spaces between them to fold at; each line of a value that holds line breaks is
+    // encoded on its own, so that its line breaks fold instead of hiding in (or cutting through) a word.
+    bool lineBreaks = text.find_first_of(u"\r\n") != std::u16string::npos;
+    if (!isHeaderText(text) || lineBreaks) {
+        if (!canBeConvertedToEncoding(text, kUTF8StringEncoding)) return std::nullopt;  // a lone surrogate
+        // The first word leaves room for "Name: " before it and the space after it on the first line.
+        const size_t firstWordLength = kLineLimit > fieldName().size() + 3 + 16
+                                           ? kLineLimit - fieldName().size() - 3
+                                           : 16;
+        OptString word = lineBreaks ? std::nullopt : mimeWordWithString(text, kUTF8StringEncoding, nullptr);
+        if (word && word->size() <= firstWordLength) {
+            text = *word;
+        } else {
+            std::vector<std::u16string> encodedLines;
+            for (const std::u16string& line : valueLines(text)) {
+                if (line.empty()) continue;
+                encodedLines.push_back(mimeWordsWithString(line, encodedLines.empty() ? firstWordLength : 75));
+            }
+            text = componentsJoinedBy(encodedLines, u"\r\n");
+        }
     }
     std::u16string field = capitalizedHeaderName() + u": " + text;
     // Every line break of the field starts a continuation: a line that does not begin with white space
     // gets one, so no written line can start a new field (no header injection).
-    std::vector<std::u16string> lines;
-    size_t start = 0;
-    while (start <= field.size()) {
-        size_t end = field.find_first_of(u"\r\n", start);
-        if (end == std::u16string::npos) {
-            lines.push_back(field.substr(start));
-            break;
-        }
-        lines.push_back(field.substr(start, end - start));
-        start = end + ((field[end] == u'\r' && end + 1 < field.size() && field[end + 1] == u'\n') ? 2 : 1);
-    }
+    std::vector<std::u16string> lines = valueLines(field);
     static const std::vector<std::u16string> none;
     const std::vector<std::u16string>& delimiters = addedDelimiters ? *addedDelimiters : none;
     const std::u16string continuation = lineEnd + continuationSpace;

@@ -126,6 +126,10 @@ void PWMutableMessageHeaders::setSubject(const OptString& subject) {
         if (preferred == kNoEncoding) preferred = kUTF8StringEncoding;
         OptString word = mimeWordWithString(text, preferred, nullptr);
         if (!word) word = mimeWordWithString(text, kUTF8StringEncoding, nullptr);
+        // A subject too long for one encoded word on the "Subject: " line is written as several, which
+        // the header writer folds (RFC 2047 section 2: at most 75 characters a word).
+        constexpr size_t kRoomOnFirstLine = 78 - 9 - 1;  // after "Subject: ", before the space that folds
+        if (word && word->size() > kRoomOnFirstLine) word = mimeWordsWithString(text, kRoomOnFirstLine);
         if (word) text = *word;
     }
     setHeader(text, PWMessageHeaderSubjectKey);

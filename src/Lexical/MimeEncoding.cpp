@@ -333,6 +333,46 @@ OptString mimeWordWithString(std::u16string_view text, TextEncoding preferredEnc
     return formatString(u"=?%@?Q?%@?=", {*charset, *qText});
 }
 
+std::u16string mimeWordsWithString(std::u16string_view text, size_t firstWordLength) {
+    static constexpr std::u16string_view kOpening = u"=?utf-8?Q?";
+    static constexpr std::u16string_view kClosing = u"?=";
+    const CharacterSet& safe = qSafeSet();
+    std::u16string out, word, character;
+    size_t limit = firstWordLength;
+    auto closeWord = [&] {
+        if (!out.empty()) out += u' ';
+        out += kOpening;
+        out += word;
+        out += kClosing;
+        word.clear();
+        limit = kMimeWordMaximumLength;
+    };
+    for (size_t i = 0; i < text.size();) {
+        // One whole character: a surrogate pair stays together.
+        bool pair = text[i] >= 0xD800 && text[i] < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+                    text[i + 1] < 0xE000;
+        size_t length = pair ? 2 : 1;
+        character.clear();
+        for (char raw : toUTF8(text.substr(i, length))) {
+            uint8_t byte = static_cast<uint8_t>(raw);
+            if (safe.contains(byte)) {
+                character.push_back(byte);
+            } else if (byte == ' ') {
+                character.push_back(u'_');
+            } else {
+                character.push_back(u'=');
+                character.push_back(kHexDigits[byte >> 4]);
+                character.push_back(kHexDigits[byte & 0xF]);
+            }
+        }
+        if (!word.empty() && kOpening.size() + word.size() + character.size() + kClosing.size() > limit) closeWord();
+        word += character;
+        i += length;
+    }
+    if (!word.empty() || out.empty()) closeWord();
+    return out;
+}
+
 std::u16string rfc9051AString(std::u16string_view text) {
     if (std::none_of(text.begin(), text.end(), isAStringSpecial)) return std::u16string(text);
     std::u16string escaped = replaceAll(replaceAll(text, u"\\", u"\\\\"), u"\"", u"\\\"");

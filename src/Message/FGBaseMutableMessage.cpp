@@ -472,7 +472,13 @@ std::shared_ptr<PWMutableMessageContents> FGBaseMutableMessage::mutableContentsW
         if (headers->firstHeaderForKey(key, false) != value) headers->setHeader(value, key);
     }
     if (!headers->firstHeaderForKey(PWMessageHeaderMIMEVersionKey, false)) {
-        headers->setHeader(std::u16string(u"1.0"), PWMessageHeaderMIMEVersionKey);
+        // Written as RFC 2045 spells it: a field set on the collection would be written "Mime-Version".
+        HeaderEntryDictionary dictionary = headers->headerEntryDictionary();
+        dictionary.set(headerDictionaryKey(PWMessageHeaderMIMEVersionKey),
+                       std::make_shared<const HeaderEntryDictionary::EntryList>(HeaderEntryDictionary::EntryList{
+                           PWMessageHeaderEntry::newWithFieldName(PWMessageHeaderMIMEVersionKey, u"1.0",
+                                                                  kDerivedSortHint)}));
+        headers = PWMutableMessageHeaders::initWithHeaderEntryDictionary(std::move(dictionary));
     }
     root->setHeaders(headers);
 

@@ -54,6 +54,29 @@ TEST(HeaderFolding, LineBreaksAndNonASCIIBecomeEncodedWordsAndNeverInjectAField)
     EXPECT_EQ(fold(u"subject", u"Caf\u00e9"), u"Subject: =?utf-8?Q?Caf=C3=A9?=");
 }
 
+TEST(HeaderFolding, LongEncodedValuesFoldAsSeveralWordsAndLinesAreEncodedOneByOne) {
+    std::u16string value;
+    for (int i = 0; i < 12; ++i) value += u"\u00e9t\u00e9 \u65e5\u672c ";
+    value = fgTrim(value);
+    std::u16string folded = fold(u"subject", value);
+    auto lines = linesOf(folded);
+    ASSERT_GT(lines.size(), 2u);
+    EXPECT_EQ(lines[0].substr(0, 19), u"Subject: =?utf-8?Q?") << "the first word fits beside the name";
+    for (const auto& line : lines) {
+        EXPECT_LE(line.size(), 79u) << toUTF8(line);
+        EXPECT_TRUE(line.find(u"?=") != std::u16string::npos && line.rfind(u"?=") == line.size() - 2)
+            << "every line holds whole words: " << toUTF8(line);
+    }
+    auto parsed = PWMessageHeaders::headersFromData(Data::withString(toUTF8(folded) + "\r\n\r\n"));
+    EXPECT_EQ(parsed->firstHeaderForKey(u"Subject"), value);
+
+    // Each line of a value with line breaks is its own run of words, never one word cut by a fold.
+    for (const auto& line : linesOf(fold(u"x-note", u"line one\r\nInjected: yes\r\n\r\nlast"))) {
+        EXPECT_EQ(line.back(), u'=') << toUTF8(line);
+    }
+    EXPECT_EQ(fold(u"subject", std::u16string(1, char16_t(0xDC00))), u"<nil>") << "a lone surrogate cannot be written";
+}
+
 TEST(HeaderFolding, PropertyFoldedFieldsParseBackToTheirValue) {
     std::mt19937 random(2024);
     const std::u16string alphabet = u"abcdefghijklmnopqrstuvwxyz0123456789.,;:<>@()\"'-_=?!";

@@ -60,6 +60,14 @@ TEST(PWMutableMessageHeaders, TypedSetters) {
     EXPECT_EQ(headers->firstHeaderForKey(u"Subject", false), u"=?utf-8?Q?Caf=C3=A9?=")
         << "without a preferred encoding, UTF-8";
     EXPECT_EQ(headers->subject(), u"Caf\u00e9");
+    std::u16string longSubject;
+    for (int i = 0; i < 20; ++i) longSubject += u"\u65e5\u672c\u8a9e ";
+    longSubject = fgTrim(longSubject);
+    headers->setSubject(longSubject);
+    for (const std::u16string& line : componentsSeparatedBy(headers->foldedHeaderString(), u"\r\n")) {
+        EXPECT_LE(line.size(), 79u) << "a long subject is several words that fold: " << toUTF8(line);
+    }
+    EXPECT_EQ(headers->subject(), longSubject);
     headers->setSubject(std::nullopt);
     EXPECT_FALSE(headers->firstHeaderForKey(u"Subject"));
 }

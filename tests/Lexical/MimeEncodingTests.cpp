@@ -244,6 +244,22 @@ TEST(EncodedWordOutput, RoundTripsThroughTheHeaderDecoder) {
     }
 }
 
+TEST(EncodedWordOutput, LongTextBecomesWordsThatEachDecodeAndJoinAsOne) {
+    std::u16string text;
+    for (int i = 0; i < 6; ++i) text += u"\u041f\u0440\u0438\u0432\u0435\u0442, a_b=c? \U0001F600 ";
+    std::u16string words = mimeWordsWithString(text, 40);
+    std::vector<std::u16string> pieces = componentsSeparatedBy(words, u" ");
+    ASSERT_GT(pieces.size(), 4u);
+    EXPECT_LE(pieces[0].size(), 40u);
+    for (const std::u16string& piece : pieces) {
+        EXPECT_LE(piece.size(), kMimeWordMaximumLength);
+        EXPECT_TRUE(stringWithMimeEncodedWord(piece)) << "a word never cuts a character: " << toUTF8(piece);
+    }
+    EXPECT_EQ(decodedMimeEncodedString(words), text);
+    EXPECT_EQ(mimeWordsWithString(u"x"), u"=?utf-8?Q?x?=");
+    EXPECT_EQ(mimeWordsWithString(u"\u00e9", 3), u"=?utf-8?Q?=C3=A9?=") << "at least one character a word";
+}
+
 TEST(IMAPAString, QuotesOnlyTextWithSpecials) {
     EXPECT_EQ(rfc9051AString(u"INBOX"), u"INBOX");
     EXPECT_EQ(rfc9051AString(u""), u"") << "empty text is returned unchanged, by design";

@@ -63,6 +63,13 @@ inline OptString qEncodedStringWithPreferredEncoding(std::u16string_view text, T
 // split, whatever its length: folding is the header writer's business. nullopt, and encodingUsed 0, when
 // no encoding can hold the text.
 OptString mimeWordWithString(std::u16string_view text, TextEncoding preferredEncoding, TextEncoding* encodingUsed);
+// The text as UTF-8 encoded words of at most kMimeWordMaximumLength characters each (RFC 2047 section 2),
+// joined by single spaces: a decoder joins adjacent encoded words into one text, and the spaces are where
+// a header writer may fold. A word never cuts a character in two, so each one decodes on its own. The
+// first word is kept to firstWordLength characters (room for the field name on its line), but never to
+// fewer than one character's worth.
+inline constexpr size_t kMimeWordMaximumLength = 75;
+std::u16string mimeWordsWithString(std::u16string_view text, size_t firstWordLength = kMimeWordMaximumLength);
 
 // The text as an IMAP astring (RFC 9051 section 4.3): unchanged when it holds none of ( ) { SPACE, the
 // control characters, DEL, % * " and \ (empty text too); otherwise \ and " are escaped with a backslash
