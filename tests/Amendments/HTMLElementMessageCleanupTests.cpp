@@ -110,3 +110,22 @@ TEST(MessageCleanup, DeepTreesAreWalkedWithoutRecursion) {
     EXPECT_TRUE(hasTextOnlyContent(*root));
     EXPECT_EQ(comparableStringContents(*root), u"");
 }
+
+TEST(MessageCleanup, HeadStyleSheetsArePurgedForPlainTextOrByFilter) {
+    const std::u16string html =
+        u"<html><head><style id=\"local-styles\">a{}</style><style class=\"x local-styles\">b{}</style>"
+        u"<style>c{}</style><link rel=\"Alternate StyleSheet\" href=s.css><link rel=\"icon\" href=i.png>"
+        u"<link rel=stylesheet class=local-styles-not href=t.css></head><body><style>kept{}</style></body></html>";
+    auto filtered = HTMLDocument::documentWithString(html);
+    purgeHeadCSSWithFilters(*filtered, {u"local-styles"});
+    EXPECT_EQ(filtered->head()->querySelectorAll(u"style").size(), 1u) << "only the composer's own sheets go";
+    EXPECT_EQ(filtered->head()->querySelectorAll(u"link").size(), 3u);
+
+    auto plain = HTMLDocument::documentWithString(html);
+    purgeHeadCSSForPlainContent(*plain);
+    EXPECT_TRUE(plain->head()->querySelectorAll(u"style").empty());
+    auto links = plain->head()->querySelectorAll(u"link");
+    ASSERT_EQ(links.size(), 1u) << "every style sheet goes, other links stay";
+    EXPECT_EQ(links[0]->attribute(u"rel"), u"icon");
+    EXPECT_EQ(plain->body()->querySelectorAll(u"style").size(), 1u) << "the body is not the head";
+}

@@ -112,3 +112,14 @@ TEST(DataRFC2822, SplitsAndJoinsByteBuffers) {
     EXPECT_EQ(componentsJoinedByData({&c, &a, &c}, d("-")), "ca-c") << "the last element, found earlier, gets none";
     EXPECT_EQ(componentsJoinedByData({}, d("-")), "");
 }
+
+TEST(DataRFC2822, LineEndsAreNormalisedToCRLFWithoutCopyingWhatIsAlready) {
+    Data canonical = Data::withString("a\r\nb\r\n");
+    Data same = dataByNormalizingLineEndsToCRLF(canonical);
+    EXPECT_EQ(same.bytes(), canonical.bytes()) << "nothing to change, nothing copied";
+    const std::pair<std::string, std::string> cases[] = {
+        {"a\nb\n", "a\r\nb\r\n"}, {"a\rb", "a\r\nb"}, {"\r\r\n\n", "\r\n\r\n\r\n"}, {"", ""}, {"\n", "\r\n"}};
+    for (const auto& [input, expected] : cases) {
+        EXPECT_TRUE(dataByNormalizingLineEndsToCRLF(Data::withString(input)) == Data::withString(expected)) << input;
+    }
+}

@@ -325,6 +325,24 @@ TEST(FGBaseMutableMessageBody, OutputIsStrict) {
     EXPECT_EQ(written->headers()->firstHeaderForKey(u"X-Long").value_or(u"").size(), 304u);
 }
 
+TEST(FGBaseMutableMessageBody, ANewBodyForAMessageStoredWithLineFeedsIsAllCRLF) {
+    std::string stored = kMultipartMessage;
+    for (size_t at; (at = stored.find("\r\n")) != std::string::npos;) stored.erase(at, 1);
+    PWMessageContentsRef contents = contentsOf(stored);
+    auto message = FGBaseMutableMessage::initWithMessageContents(contents);
+    message->setPlainText(u"New text");
+    message->setHtml(std::nullopt);
+    std::string bytes = test::bytesOf(message->messageContents());
+    for (size_t at = bytes.find('\n'); at != std::string::npos; at = bytes.find('\n', at + 1)) {
+        ASSERT_TRUE(at > 0 && bytes[at - 1] == '\r') << "bare LF at " << at << " in\n" << bytes;
+    }
+    PWMimePartRef pdf = partOfType(test::reread(message->messageContents())->rootMimePart(), u"application/pdf");
+    ASSERT_NE(pdf, nullptr);
+    EXPECT_TRUE(pdf->transferDecodedData() == Data::withString("%PDF-1.4\n% report\n%%EOF\n"));
+    EXPECT_EQ(contents->rootMimePart()->subParts()[1]->parent(), contents->rootMimePart())
+        << "the opened message's own tree keeps its attachment";
+}
+
 // ---- Copies ----------------------------------------------------------------------------------------------------
 
 TEST(FGBaseMutableMessageCopies, CopiesOpenTheCurrentContents) {
