@@ -19,6 +19,12 @@ bool isHeaderText(std::u16string_view text) {
     return std::all_of(text.begin(), text.end(), [&](char16_t c) { return vchar.contains(c); });
 }
 
+// RFC 5322 section 3.6.8: a field name is printable ASCII without the colon. A name with anything else (a
+// line break above all) would write something other than one field, so such a field is not written.
+bool isFieldName(std::u16string_view name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), [](char16_t c) { return c > 32 && c < 127 && c != u':'; });
+}
+
 // The lines of a text, split at CR LF, lone CR and lone LF.
 std::vector<std::u16string> valueLines(std::u16string_view text) {
     std::vector<std::u16string> lines;
@@ -107,7 +113,7 @@ std::vector<std::u16string> foldLine(std::u16string_view line, const std::vector
 OptString PWMutableMessageHeaderEntry::foldedHeaderWithOption(unsigned options,
                                                              const std::vector<std::u16string>* addedDelimiters) const {
     OptString stored = value();
-    if (!stored) return std::nullopt;
+    if (!stored || !isFieldName(fieldName())) return std::nullopt;
     const std::u16string lineEnd = (options & kFoldLineFeedOnly) ? u"\n" : u"\r\n";
     const char16_t continuationSpace = (options & kFoldTabContinuation) ? u'\t' : u' ';
     std::u16string text = *stored;

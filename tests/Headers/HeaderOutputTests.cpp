@@ -52,6 +52,9 @@ TEST(HeaderFolding, LineBreaksAndNonASCIIBecomeEncodedWordsAndNeverInjectAField)
     EXPECT_EQ(parsed->headerEntryDictionary().size(), 1u) << "no Bcc field can be injected";
 
     EXPECT_EQ(fold(u"subject", u"Caf\u00e9"), u"Subject: =?utf-8?Q?Caf=C3=A9?=");
+    for (const char16_t* name : {u"X\r\nBcc", u"X Y", u"X:Y", u"", u"X-\u00e9"}) {
+        EXPECT_EQ(fold(name, u"value"), u"<nil>") << "not a field name: not written";
+    }
 }
 
 TEST(HeaderFolding, LongEncodedValuesFoldAsSeveralWordsAndLinesAreEncodedOneByOne) {

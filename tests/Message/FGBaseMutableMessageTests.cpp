@@ -43,7 +43,8 @@ const char kMultipartMessage[] =
     "Content-Disposition: attachment; filename=report.pdf\r\n"
     "Content-Transfer-Encoding: base64\r\n"
     "\r\n"
-    "JVBERi0xLjQKJSByZXBvcnQKJSVFT0YK\r\n"
+    "JVBERi0xLjQK\r\n"  // lines as no encoder writes them: an edit that encoded again would join them
+    "JSByZXBvcnQKJSVFT0YK\r\n"
     "--B--";
 
 PWMessageContentsRef contentsOf(std::string_view bytes) {
