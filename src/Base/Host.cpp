@@ -37,6 +37,10 @@ public:
 };
 }  // namespace
 
+namespace {
+constexpr std::string_view kDefaultBundleIdentifier = "org.fgpostwright.library";
+}  // namespace
+
 Application::Application()
     : logger_(std::make_shared<StandardErrorLogger>()),
       attachmentDirectoryDelegate_(std::make_shared<TemporaryAttachmentDirectory>()) {}
@@ -84,6 +88,26 @@ std::shared_ptr<AddressBook> Application::addressBook() const {
 void Application::setAddressBook(std::shared_ptr<AddressBook> addressBook) {
     std::lock_guard lock(mutex_);
     addressBook_ = std::move(addressBook);
+}
+
+std::shared_ptr<FGMessageEncryptionManager> Application::messageEncryptionManager() const {
+    std::lock_guard lock(mutex_);
+    return messageEncryptionManager_;
+}
+
+void Application::setMessageEncryptionManager(std::shared_ptr<FGMessageEncryptionManager> manager) {
+    std::lock_guard lock(mutex_);
+    messageEncryptionManager_ = std::move(manager);
+}
+
+std::string Application::bundleIdentifier() const {
+    std::lock_guard lock(mutex_);
+    return bundleIdentifier_.empty() ? std::string(kDefaultBundleIdentifier) : bundleIdentifier_;
+}
+
+void Application::setBundleIdentifier(std::string identifier) {
+    std::lock_guard lock(mutex_);
+    bundleIdentifier_ = std::move(identifier);
 }
 
 void logForCategory(std::string_view category, std::u16string_view message) {

@@ -490,6 +490,19 @@ std::shared_ptr<PWMutableMessageContents> FGBaseMutableMessage::mutableContentsW
     return contents;
 }
 
+void FGBaseMutableMessage::setRootMimePartOfContents(const PWMimePartRef& root) {
+    if (!root) return;
+    PWMessageContentsRef contents = messageContents();
+    if (!contents || !contents->isMutable()) {
+        markMutatedHeaders();
+        contents = messageContents();
+    }
+    if (!contents) return;
+    root->setMutable(true);
+    contents->setRootMimePart(root);
+    if (auto headers = std::dynamic_pointer_cast<PWMutableMessageHeaders>(root->headers())) replaceHeaders(headers);
+}
+
 const std::vector<FGContentReplacement>& FGBaseMutableMessage::replacements() {
     static const std::vector<FGContentReplacement> list = {
         FGContentReplacement::removeID(u"FGEditingContainer"),

@@ -11,6 +11,8 @@ const std::vector<Command>& commands() {
         {"compose", "build a new message from a JSON description or flags: text, HTML, attachments",
          composeHelp, runCompose},
         {"edit", "change a message's headers, text, HTML or attachments and write it again", editHelp, runEdit},
+        {"amend", "run a stored list of amendments over a message (headers, subject, delivery, ...)", amendHelp,
+         runAmend},
         {"split", "show where a message's header block ends and its body begins", splitHelp, runSplit},
         {"parse", "run one structured-field scanner operation over a text", parseHelp, runParse},
         {"encode", "write text as quoted-printable, Q text, an encoded word or an IMAP astring", encodeHelp, runEncode},

@@ -50,5 +50,7 @@ std::string composeHelp();
 int runCompose(const std::vector<std::string>& arguments);
 std::string editHelp();
 int runEdit(const std::vector<std::string>& arguments);
+std::string amendHelp();
+int runAmend(const std::vector<std::string>& arguments);
 
 }  // namespace postwright::tool

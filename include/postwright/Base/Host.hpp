@@ -19,6 +19,7 @@
 namespace postwright {
 
 class AddressBook;
+class FGMessageEncryptionManager;  // Amendments/FGMessageEncryptionManager.hpp
 
 class Logger {
 public:
@@ -64,6 +65,16 @@ public:
     std::shared_ptr<AddressBook> addressBook() const;
     void setAddressBook(std::shared_ptr<AddressBook> addressBook);
 
+    // The host's signing and encryption service, which the sign, encrypt and decrypt amendments call;
+    // nullptr, the default, means none (those amendments then change nothing).
+    std::shared_ptr<FGMessageEncryptionManager> messageEncryptionManager() const;
+    void setMessageEncryptionManager(std::shared_ptr<FGMessageEncryptionManager> manager);
+
+    // The host application's identifier, which names its folders (the decryption scratch folder); by
+    // default "org.fgpostwright.library". An empty identifier restores the default.
+    std::string bundleIdentifier() const;
+    void setBundleIdentifier(std::string identifier);
+
 private:
     Application();
     mutable std::mutex mutex_;
@@ -71,6 +82,8 @@ private:
     std::shared_ptr<StringTable> strings_;
     std::shared_ptr<AttachmentDirectoryDelegate> attachmentDirectoryDelegate_;
     std::shared_ptr<AddressBook> addressBook_;
+    std::shared_ptr<FGMessageEncryptionManager> messageEncryptionManager_;
+    std::string bundleIdentifier_;
 };
 
 // Logs through the host's logger.

@@ -49,8 +49,6 @@
 
 namespace postwright {
 
-class PWMessageAmendmentContext;
-
 // What changed since the message was opened (mutationFlags()).
 enum FGMessageMutationFlags : int64_t {
     kFGMessageMutatedHeaders = 1,    // markMutatedHeaders, or opened with a new content identifier
@@ -201,6 +199,20 @@ public:
     // written out (a leading CR LF dropped) and parsed back as mutable contents, whose headers become the
     // message's header collection.
     std::shared_ptr<PWMutableMessageContents> mutableContentsWithMimePart(const PWMimePartRef& root);
+
+    // Runs the amendments over this message itself, in the order given (no sorting, no driver): each changes
+    // the message, and their results' userInfo is merged into the contents' userInfo. The first error stops
+    // the run (what was applied stays applied): nullptr and that error. Otherwise a new message of the same
+    // class opened from the amended contents. The error slot is cleared on entry.
+    std::shared_ptr<FGBaseMutableMessage> messageByApplyingAmendments(const PWMessageAmendmentList& amendments,
+                                                                      const PWMessageAmendmentContextRef& context,
+                                                                      uint64_t options, ErrorRef* error);
+
+    // Puts a new root part into the message's contents (the sign, encrypt and decrypt amendments put the
+    // host service's result there): a message that is still its source contents gets generated contents
+    // first, so the source stays as it was. The root becomes mutable and its header collection becomes the
+    // message's own, so later header edits reach the new tree.
+    void setRootMimePartOfContents(const PWMimePartRef& root);
 
     // The content replacements that strip editing-only markup from the composer's HTML, built once: remove
     // the id "FGEditingContainer"; remove "span.orwIconLabel"; remove the attributes "orw-src",

@@ -11,14 +11,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <vector>
+
+#include "postwright/Message/AmendmentDeclarations.hpp"
 
 namespace postwright {
-
-class PWMessageAmendment;
-using PWMessageAmendmentRef = std::shared_ptr<PWMessageAmendment>;
-using PWMessageAmendmentList = std::vector<PWMessageAmendmentRef>;
 
 struct FGMimeUpdateContext {
     uint64_t type = 0;

@@ -13,6 +13,8 @@
 #include <memory>
 #include <mutex>
 
+#include "postwright/Base/Error.hpp"
+#include "postwright/Message/AmendmentDeclarations.hpp"
 #include "postwright/Message/FGMessageAbstract.hpp"
 #include "postwright/Message/FGMessageIdentifier.hpp"
 
@@ -45,6 +47,13 @@ public:
     std::shared_ptr<FGBaseMutableMessage> mutableCopy() const;
     // A mutable message opened from the cached contents for amending: its headers are copied as they are.
     std::shared_ptr<FGBaseMutableMessage> amendableCopy() const;
+
+    // A new message (caching its contents) made from the contents the amendment driver gives back
+    // (PWMessageAmendment::contentsByApplyingAmendments, Amendments/PWMessageAmendment.hpp): the amendments
+    // run in hint order on an amendable copy. nullptr, with the driver's error, when they fail.
+    std::shared_ptr<FGPostwrightMessage> messageByApplyingAmendments(const PWMessageAmendmentList& amendments,
+                                                                     const PWMessageAmendmentContextRef& context,
+                                                                     uint64_t options, ErrorRef* error) const;
 
     // From the cached contents (nullptr when nothing is cached).
     PWMessageHeadersRef headers() const;

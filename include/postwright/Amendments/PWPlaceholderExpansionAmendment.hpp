@@ -1,0 +1,38 @@
+// PWPlaceholderExpansionAmendment ("PlaceholderExpansion", hint 10) and PWUploadAttachmentAmendment
+// ("UploadAttachment", hint 10): kept so that stored amendment lists keep their meaning; both are inert
+// (they clear the error and return an empty result).
+#pragma once
+
+#include "postwright/Amendments/PWMessageAmendment.hpp"
+
+namespace postwright {
+
+class PWPlaceholderExpansionAmendment : public PWMessageAmendment {
+public:
+    static const PWAmendmentClass& amendmentClass();
+    const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
+    static std::shared_ptr<PWPlaceholderExpansionAmendment> init();
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
+                                                          const PWMessageAmendmentContext& context, uint64_t options,
+                                                          ErrorRef* error) override;
+
+private:
+    PWPlaceholderExpansionAmendment() = default;
+};
+
+class PWUploadAttachmentAmendment : public PWMessageAmendment {
+public:
+    static const PWAmendmentClass& amendmentClass();
+    const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
+    static std::shared_ptr<PWUploadAttachmentAmendment> init();
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
+                                                          const PWMessageAmendmentContext& context, uint64_t options,
+                                                          ErrorRef* error) override;
+
+private:
+    PWUploadAttachmentAmendment() = default;
+};
+
+}  // namespace postwright
