@@ -56,9 +56,9 @@ Description describe(const nlohmann::json& json) {
         for (const auto& entry : *attachments) {
             if (!entry.is_object()) continue;
             std::string data = entry.value("data", std::string());
-            auto attachment = FGFileAttachment::attachmentWithData(
-                Data::withString(data), textOf(entry, "filename").value_or(u"file.bin"), textOf(entry, "type"),
-                textOf(entry, "contentId"));
+            auto attachment = FGFileAttachment::attachmentWithData(Data::withString(data),
+                                                                   textOf(entry, "filename").value_or(u"file.bin"),
+                                                                   textOf(entry, "type"), textOf(entry, "contentId"));
             (entry.value("related", false) ? description.related : description.attachments).push_back(attachment);
         }
     }
@@ -106,9 +106,9 @@ void checkWritten(const PWMessageContentsRef& contents, const std::set<std::u16s
 
 void compose(const Description& description) {
     auto headers = PWMutableMessageHeaders::init();
-    std::set<std::u16string> allowed = {u"X-ORWIN-COMPOSER-ID", u"MIME-VERSION",        u"CONTENT-TYPE",
-                                        u"CONTENT-DISPOSITION", u"CONTENT-TRANSFER-ENCODING", u"CONTENT-ID",
-                                        u"SUBJECT"};
+    std::set<std::u16string> allowed = {
+        u"X-ORWIN-COMPOSER-ID",       u"MIME-VERSION", u"CONTENT-TYPE", u"CONTENT-DISPOSITION",
+        u"CONTENT-TRANSFER-ENCODING", u"CONTENT-ID",   u"SUBJECT"};
     for (const auto& [name, value] : description.headers) {
         headers->setHeader(value, name);
         allowed.insert(uppercase(fgTrim(name)));
@@ -131,9 +131,14 @@ void edit(const Data& bytes, const Description& description) {
 
     auto message = FGBaseMutableMessage::initWithMessageContents(contents, description.amending, description.newId);
     // The fields the library writes itself: a rebuilt part makes its type and encoding explicit.
-    std::set<std::u16string> allowed = {u"X-ORWIN-COMPOSER-ID", u"MESSAGE-ID",          u"MIME-VERSION",
-                                        u"SUBJECT",             u"CONTENT-TYPE",        u"CONTENT-DISPOSITION",
-                                        u"CONTENT-TRANSFER-ENCODING", u"CONTENT-ID"};
+    std::set<std::u16string> allowed = {u"X-ORWIN-COMPOSER-ID",
+                                        u"MESSAGE-ID",
+                                        u"MIME-VERSION",
+                                        u"SUBJECT",
+                                        u"CONTENT-TYPE",
+                                        u"CONTENT-DISPOSITION",
+                                        u"CONTENT-TRANSFER-ENCODING",
+                                        u"CONTENT-ID"};
     if (PWMessageHeadersRef source = contents->headers()) {
         HeaderEntryDictionary fields = source->headerEntryDictionary();
         for (const auto& item : fields.items()) allowed.insert(item.first);

@@ -27,7 +27,8 @@ void runListOverCorpus(benchmark::State& state, const PWMessageAmendmentList& li
         for (const Data& bytes : messages) {
             auto message = FGPostwrightMessage::initWithRFC2822Data(bytes, true);
             ErrorRef error;
-            PWMessageContentsRef amended = PWMessageAmendment::contentsByApplyingAmendments(list, context, 0, *message, &error);
+            PWMessageContentsRef amended =
+                PWMessageAmendment::contentsByApplyingAmendments(list, context, 0, *message, &error);
             if (amended) benchmark::DoNotOptimize(amended->contentData());
         }
     }
@@ -36,7 +37,9 @@ void runListOverCorpus(benchmark::State& state, const PWMessageAmendmentList& li
     Application::shared().setLogger(nullptr);
 }
 
-std::shared_ptr<PWEmailAddress> ruleAddress() { return PWEmailAddress::emailAddressWithRawAddress(u"Rule <rule@example.com>"); }
+std::shared_ptr<PWEmailAddress> ruleAddress() {
+    return PWEmailAddress::emailAddressWithRawAddress(u"Rule <rule@example.com>");
+}
 
 }  // namespace
 

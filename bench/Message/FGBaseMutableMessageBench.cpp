@@ -63,7 +63,8 @@ static void BM_EditSubjectOfEachCorpusMessage(benchmark::State& state) {
     const std::vector<Data>& messages = bench::corpusMessages();
     for (auto _ : state) {
         for (const Data& bytes : messages) {
-            auto message = FGBaseMutableMessage::initWithMessageContents(PWMessageContents::initWithHeaderAndBodyData(bytes));
+            auto message =
+                FGBaseMutableMessage::initWithMessageContents(PWMessageContents::initWithHeaderAndBodyData(bytes));
             message->setSubject(u"Re: quarterly figures");
             PWMessageContentsRef edited = message->messageContents();
             if (edited) benchmark::DoNotOptimize(edited->contentData());
@@ -83,11 +84,14 @@ static void BM_EditSubjectOfMessageWithLargeAttachment(benchmark::State& state) 
         base64 += "\r\n";
     }
     Data bytes = Data::withString(
-        "From: ann@example.com\r\nSubject: big\r\nMIME-Version: 1.0\r\nContent-Type: multipart/mixed; boundary=B\r\n\r\n"
+        "From: ann@example.com\r\nSubject: big\r\nMIME-Version: 1.0\r\nContent-Type: multipart/mixed; "
+        "boundary=B\r\n\r\n"
         "--B\r\nContent-Type: text/plain\r\n\r\nsee attached\r\n--B\r\nContent-Type: application/octet-stream\r\n"
-        "Content-Transfer-Encoding: base64\r\n\r\n" + base64 + "--B--\r\n");
+        "Content-Transfer-Encoding: base64\r\n\r\n" +
+        base64 + "--B--\r\n");
     for (auto _ : state) {
-        auto message = FGBaseMutableMessage::initWithMessageContents(PWMessageContents::initWithHeaderAndBodyData(bytes));
+        auto message =
+            FGBaseMutableMessage::initWithMessageContents(PWMessageContents::initWithHeaderAndBodyData(bytes));
         message->setSubject(u"Re: big");
         benchmark::DoNotOptimize(message->messageContents()->contentData());
     }

@@ -22,8 +22,8 @@ ErrorRef incompleteAmendmentError() {
 }
 
 ErrorRef dateSentMalformedError(std::u16string_view amendmentApplied) {
-    return malformed(u"FGPostwrightError:DateSentAmendment Malformed Result", u"Setting Date amendment result is malformed",
-                     "amendmentApplied", amendmentApplied);
+    return malformed(u"FGPostwrightError:DateSentAmendment Malformed Result",
+                     u"Setting Date amendment result is malformed", "amendmentApplied", amendmentApplied);
 }
 
 ErrorRef plainTextMalformedError(std::u16string_view amendmentApplied) {

@@ -41,7 +41,8 @@ PWAmendmentDictionary PWAddRecipientAmendment::dictionaryRepresentation() const 
     PWAmendmentDictionary dictionary = baseDictionaryRepresentation();
     PWAmendmentDictionary addresses = PWAmendmentDictionary::array();
     for (const auto& address : recipients_) {
-        if (OptString form = address ? address->rfc2822Representation() : std::nullopt) addresses.push_back(toUTF8(*form));
+        if (OptString form = address ? address->rfc2822Representation() : std::nullopt)
+            addresses.push_back(toUTF8(*form));
     }
     dictionary["addresses"] = std::move(addresses);
     dictionary["recipientType"] = recipientType_;
@@ -54,10 +55,17 @@ PWAmendmentResultRef PWAddRecipientAmendment::resultByApplyingToMutableMessage(F
     setSlot(error, nullptr);
     std::optional<PWEmailAddressGroupList> groups;
     switch (recipientType_) {
-        case kPWRecipientTypeTo: groups = message.recipients(); break;
-        case kPWRecipientTypeCc: groups = message.ccRecipients(); break;
-        case kPWRecipientTypeBcc: groups = message.bccRecipients(); break;
-        default: return PWAmendmentResult::init();
+        case kPWRecipientTypeTo:
+            groups = message.recipients();
+            break;
+        case kPWRecipientTypeCc:
+            groups = message.ccRecipients();
+            break;
+        case kPWRecipientTypeBcc:
+            groups = message.bccRecipients();
+            break;
+        default:
+            return PWAmendmentResult::init();
     }
     PWEmailAddressGroupList written;
     if (groups && !groups->empty() && groups->front()) {
@@ -68,9 +76,15 @@ PWAmendmentResultRef PWAddRecipientAmendment::resultByApplyingToMutableMessage(F
         written = {PWEmailAddressGroup::addressGroupWithGroupName(std::nullopt, recipients_)};
     }
     switch (recipientType_) {
-        case kPWRecipientTypeTo: message.setRecipients(written); break;
-        case kPWRecipientTypeCc: message.setCcRecipients(written); break;
-        default: message.setBccRecipients(written); break;
+        case kPWRecipientTypeTo:
+            message.setRecipients(written);
+            break;
+        case kPWRecipientTypeCc:
+            message.setCcRecipients(written);
+            break;
+        default:
+            message.setBccRecipients(written);
+            break;
     }
     return PWAmendmentResult::init();
 }

@@ -19,7 +19,8 @@ std::shared_ptr<PWMessageAmendment> PWApplyFormatAmendment::initWithDictionaryRe
         if (auto content = dictionary.find("content"); content != dictionary.end() && content->is_object()) {
             amendment->cssDictionary_ = *content;
         }
-        if (auto prevent = dictionary.find("preventAutoPlainText"); prevent != dictionary.end() && prevent->is_boolean()) {
+        if (auto prevent = dictionary.find("preventAutoPlainText");
+            prevent != dictionary.end() && prevent->is_boolean()) {
             amendment->preventAutoConvertToPlainText_ = prevent->get<bool>();
         }
     }

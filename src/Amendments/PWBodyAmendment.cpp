@@ -24,7 +24,8 @@ PWAmendmentResultRef PWBodyAmendment::resultByApplyingToMutableMessage(FGBaseMut
                                                                        ErrorRef* error) {
     setSlot(error, nullptr);
     if (!bodyTemplate_) return PWAmendmentResult::init();
-    if (OptString text = message.plainText()) message.setPlainText(replaceAll(*bodyTemplate_, kPWBodyPlaceholder, *text));
+    if (OptString text = message.plainText())
+        message.setPlainText(replaceAll(*bodyTemplate_, kPWBodyPlaceholder, *text));
 
     OptString html = message.html();
     std::vector<std::u16string> pieces = componentsSeparatedBy(*bodyTemplate_, kPWBodyPlaceholder);

@@ -12,14 +12,22 @@ namespace {
 
 using ServiceOperation = PWMessageContentsRef (FGMessageEncryptionManager::*)(const PWMessageContentsRef&, ErrorRef*);
 
-// Hands the message's contents to the host's service and puts the root of what comes back into the message.
-void applyEncryptionService(FGBaseMutableMessage& message, ServiceOperation operation, ErrorRef* error) {
+void applyService(FGBaseMutableMessage& message, ServiceOperation operation, ErrorRef* error) {
     std::shared_ptr<FGMessageEncryptionManager> service = Application::shared().messageEncryptionManager();
     if (!service) return;
     PWMessageContentsRef contents = message.messageContents();
     if (!contents) return;
     PWMessageContentsRef changed = ((*service).*operation)(contents, error);
     if (PWMimePartRef root = changed ? changed->rootMimePart() : nullptr) message.setRootMimePartOfContents(root);
+}
+
+// In its context, hands the message's contents to the host's service and puts the root of what comes back
+// into the message.
+PWAmendmentResultRef applyEncryptionService(FGBaseMutableMessage& message, const PWMessageAmendmentContext& context,
+                                            uint64_t actsIn, ServiceOperation operation, ErrorRef* error) {
+    setSlot(error, nullptr);
+    if (context.contextType() == actsIn) applyService(message, operation, error);
+    return PWAmendmentResult::init();
 }
 
 }  // namespace
@@ -36,18 +44,16 @@ std::shared_ptr<PWCryptoSignAmendment> PWCryptoSignAmendment::init() {
     return std::shared_ptr<PWCryptoSignAmendment>(new PWCryptoSignAmendment());
 }
 
-std::shared_ptr<PWMessageAmendment> PWCryptoSignAmendment::initWithDictionaryRepresentation(const PWAmendmentDictionary&) {
+std::shared_ptr<PWMessageAmendment> PWCryptoSignAmendment::initWithDictionaryRepresentation(
+    const PWAmendmentDictionary&) {
     return init();
 }
 
 PWAmendmentResultRef PWCryptoSignAmendment::resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                                              const PWMessageAmendmentContext& context,
                                                                              uint64_t, ErrorRef* error) {
-    setSlot(error, nullptr);
-    if (context.contextType() == kPWAmendmentContextDelivery) {
-        applyEncryptionService(message, &FGMessageEncryptionManager::contentsBySigningContents, error);
-    }
-    return PWAmendmentResult::init();
+    return applyEncryptionService(message, context, kPWAmendmentContextDelivery,
+                                  &FGMessageEncryptionManager::contentsBySigningContents, error);
 }
 
 // ---- Encryption -----------------------------------------------------------------------------------------------
@@ -69,11 +75,8 @@ std::shared_ptr<PWMessageAmendment> PWEncryptAmendment::initWithDictionaryRepres
 PWAmendmentResultRef PWEncryptAmendment::resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                                           const PWMessageAmendmentContext& context,
                                                                           uint64_t, ErrorRef* error) {
-    setSlot(error, nullptr);
-    if (context.contextType() == kPWAmendmentContextDelivery) {
-        applyEncryptionService(message, &FGMessageEncryptionManager::contentsByEncryptingContents, error);
-    }
-    return PWAmendmentResult::init();
+    return applyEncryptionService(message, context, kPWAmendmentContextDelivery,
+                                  &FGMessageEncryptionManager::contentsByEncryptingContents, error);
 }
 
 // ---- Decryption -----------------------------------------------------------------------------------------------
@@ -112,11 +115,8 @@ std::string PWDecryptAmendment::messageDecryptionDirectory() {
 PWAmendmentResultRef PWDecryptAmendment::resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                                           const PWMessageAmendmentContext& context,
                                                                           uint64_t, ErrorRef* error) {
-    setSlot(error, nullptr);
-    if (context.contextType() == kPWAmendmentContextDecryption) {
-        applyEncryptionService(message, &FGMessageEncryptionManager::contentsByDecryptingContents, error);
-    }
-    return PWAmendmentResult::init();
+    return applyEncryptionService(message, context, kPWAmendmentContextDecryption,
+                                  &FGMessageEncryptionManager::contentsByDecryptingContents, error);
 }
 
 }  // namespace postwright

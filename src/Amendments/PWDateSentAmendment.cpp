@@ -1,9 +1,9 @@
 #include "postwright/Amendments/PWDateSentAmendment.hpp"
 
+#include "Amendments/detail/AmendmentDictionaries.hpp"
 #include "postwright/Amendments/AmendmentError.hpp"
 #include "postwright/Base/DateEnvironment.hpp"
 #include "postwright/Lexical/DateFormat.hpp"
-#include "Amendments/detail/AmendmentDictionaries.hpp"
 
 namespace postwright {
 
@@ -14,7 +14,9 @@ const PWAmendmentClass& PWDateSentAmendment::amendmentClass() {
     return cls;
 }
 
-std::shared_ptr<PWDateSentAmendment> PWDateSentAmendment::init() { return newWithDate(DateEnvironment::now()); }
+std::shared_ptr<PWDateSentAmendment> PWDateSentAmendment::init() {
+    return newWithDate(DateEnvironment::now());
+}
 
 std::shared_ptr<PWDateSentAmendment> PWDateSentAmendment::newWithDate(std::optional<double> date) {
     std::shared_ptr<PWDateSentAmendment> amendment(new PWDateSentAmendment());

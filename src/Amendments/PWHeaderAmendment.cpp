@@ -1,12 +1,13 @@
 #include "postwright/Amendments/PWHeaderAmendment.hpp"
 
-#include "postwright/Amendments/AmendmentError.hpp"
 #include "Amendments/detail/AmendmentDictionaries.hpp"
+#include "postwright/Amendments/AmendmentError.hpp"
 
 namespace postwright {
 
 const PWAmendmentClass& PWHeaderAmendment::amendmentClass() {
-    static const PWAmendmentClass cls{u"PWHeaderAmendment", u"Header", &PWHeaderAmendment::initWithDictionaryRepresentation};
+    static const PWAmendmentClass cls{u"PWHeaderAmendment", u"Header",
+                                      &PWHeaderAmendment::initWithDictionaryRepresentation};
     return cls;
 }
 

@@ -19,9 +19,8 @@ std::shared_ptr<PWMessageAmendment> PWMakePlainTextAmendment::initWithDictionary
     return init();
 }
 
-PWAmendmentResultRef PWMakePlainTextAmendment::resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
-                                                                                const PWMessageAmendmentContext& context,
-                                                                                uint64_t, ErrorRef* error) {
+PWAmendmentResultRef PWMakePlainTextAmendment::resultByApplyingToMutableMessage(
+    FGBaseMutableMessage& message, const PWMessageAmendmentContext& context, uint64_t, ErrorRef* error) {
     setSlot(error, nullptr);
     if (context.contextType() == kPWAmendmentContextDelivery) message.setForcePlainText(true);
     if (!messageIsWellFormed(message)) setSlot(error, plainTextMalformedError(description()));

@@ -137,7 +137,9 @@ PWAmendmentDictionary PWMessageAmendment::baseDictionaryRepresentation() const {
     return dictionary;
 }
 
-PWAmendmentDictionary PWMessageAmendment::dictionaryRepresentation() const { return baseDictionaryRepresentation(); }
+PWAmendmentDictionary PWMessageAmendment::dictionaryRepresentation() const {
+    return baseDictionaryRepresentation();
+}
 
 std::string PWMessageAmendment::jsonRepresentation() const {
     return dictionaryRepresentation().dump(-1, ' ', false, PWAmendmentDictionary::error_handler_t::replace);
@@ -279,7 +281,8 @@ std::shared_ptr<FGBaseMutableMessage> FGBaseMutableMessage::messageByApplyingAme
     for (const PWMessageAmendmentRef& amendment : amendments) {
         if (!amendment) continue;
         ErrorRef amendmentError;
-        PWAmendmentResultRef result = amendment->resultByApplyingToMutableMessage(*this, *run, options, &amendmentError);
+        PWAmendmentResultRef result =
+            amendment->resultByApplyingToMutableMessage(*this, *run, options, &amendmentError);
         if (amendmentError) {
             setSlot(error, amendmentError);
             return nullptr;

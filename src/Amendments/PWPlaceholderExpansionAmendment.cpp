@@ -17,8 +17,9 @@ std::shared_ptr<PWMessageAmendment> PWPlaceholderExpansionAmendment::initWithDic
     return init();
 }
 
-PWAmendmentResultRef PWPlaceholderExpansionAmendment::resultByApplyingToMutableMessage(
-    FGBaseMutableMessage&, const PWMessageAmendmentContext&, uint64_t, ErrorRef* error) {
+PWAmendmentResultRef PWPlaceholderExpansionAmendment::resultByApplyingToMutableMessage(FGBaseMutableMessage&,
+                                                                                       const PWMessageAmendmentContext&,
+                                                                                       uint64_t, ErrorRef* error) {
     setSlot(error, nullptr);
     return PWAmendmentResult::init();
 }

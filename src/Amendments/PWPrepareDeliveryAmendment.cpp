@@ -1,5 +1,6 @@
 #include "postwright/Amendments/PWPrepareDeliveryAmendment.hpp"
 
+#include "Amendments/detail/AmendmentDictionaries.hpp"
 #include "postwright/Amendments/AmendmentError.hpp"
 #include "postwright/Amendments/HTMLElementMessageCleanup.hpp"
 #include "postwright/Amendments/PrepareDeliveryReplacements.hpp"
@@ -7,7 +8,6 @@
 #include "postwright/Base/Digest.hpp"
 #include "postwright/Base/Format.hpp"
 #include "postwright/Html/HTMLDocument.hpp"
-#include "Amendments/detail/AmendmentDictionaries.hpp"
 
 namespace postwright {
 
@@ -15,7 +15,7 @@ namespace {
 
 // The composer's private headers, removed in this order.
 constexpr std::u16string_view kComposerHeaders[] = {
-    PWMessageHeaderContentIdOverrideKey, PWMessageHeaderComposerIdKey, PWMessageHeaderSendingAccountKey,
+    PWMessageHeaderContentIdOverrideKey, PWMessageHeaderComposerIdKey,          PWMessageHeaderSendingAccountKey,
     PWMessageHeaderSendAsPlainTextKey,   PWMessageHeaderMutablePersistentIDKey, PWMessageHeaderXUnsent};
 
 bool isLineBreakCharacter(char16_t c) {
@@ -107,7 +107,8 @@ PWAmendmentResultRef PWPrepareDeliveryAmendment::resultByApplyingToMutableMessag
     const OptString identifier = context.identifier();
     if (context.contextType() == kPWAmendmentContextDelivery) {
         OptString composerId = message.headers()->firstHeaderForKey(PWMessageHeaderComposerIdKey);
-        if (!composerId) composerId = PWMessageHeaders::hashForCompoundedHeaderValueString(uuidString(), kASCIIStringEncoding);
+        if (!composerId)
+            composerId = PWMessageHeaders::hashForCompoundedHeaderValueString(uuidString(), kASCIIStringEncoding);
         context.log(formatString(u"[Amendment %@] PrepareDelivery: removing composer headers", {identifier}));
         message.setDateSent(DateEnvironment::now());
         std::shared_ptr<PWMutableMessageHeaders> headers = message.headers();

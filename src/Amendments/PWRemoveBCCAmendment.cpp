@@ -15,7 +15,8 @@ std::shared_ptr<PWRemoveBCCAmendment> PWRemoveBCCAmendment::init() {
     return std::shared_ptr<PWRemoveBCCAmendment>(new PWRemoveBCCAmendment());
 }
 
-std::shared_ptr<PWMessageAmendment> PWRemoveBCCAmendment::initWithDictionaryRepresentation(const PWAmendmentDictionary&) {
+std::shared_ptr<PWMessageAmendment> PWRemoveBCCAmendment::initWithDictionaryRepresentation(
+    const PWAmendmentDictionary&) {
     return init();
 }
 

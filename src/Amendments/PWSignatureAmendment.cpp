@@ -2,8 +2,8 @@
 
 #include <mutex>
 
-#include "postwright/Amendments/AmendmentError.hpp"
 #include "Amendments/detail/AmendmentDictionaries.hpp"
+#include "postwright/Amendments/AmendmentError.hpp"
 
 namespace postwright {
 

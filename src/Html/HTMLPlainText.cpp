@@ -19,15 +19,16 @@ bool isOneOf(std::u16string_view name, const std::array<std::u16string_view, N>&
 constexpr std::array<std::u16string_view, 6> kHiddenElements = {u"head",     u"script",   u"style",
                                                                 u"template", u"noscript", u"title"};
 // Elements that stand apart from the text around them by one blank line.
-constexpr std::array<std::u16string_view, 7> kParagraphElements = {u"p",  u"h1", u"h2", u"h3",
-                                                                   u"h4", u"h5", u"h6"};
+constexpr std::array<std::u16string_view, 7> kParagraphElements = {u"p", u"h1", u"h2", u"h3", u"h4", u"h5", u"h6"};
 // Elements that start and end lines.
 constexpr std::array<std::u16string_view, 27> kBlockElements = {
-    u"address", u"article",  u"aside",  u"blockquote", u"center", u"dd",   u"details", u"dialog", u"div",
-    u"dl",      u"dt",       u"fieldset", u"figcaption", u"figure", u"footer", u"form", u"header", u"hr",
-    u"li",      u"main",     u"nav",    u"ol",         u"pre",    u"section", u"table", u"tr",   u"ul"};
+    u"address", u"article", u"aside",    u"blockquote", u"center", u"dd",      u"details", u"dialog", u"div",
+    u"dl",      u"dt",      u"fieldset", u"figcaption", u"figure", u"footer",  u"form",    u"header", u"hr",
+    u"li",      u"main",    u"nav",      u"ol",         u"pre",    u"section", u"table",   u"tr",     u"ul"};
 
-bool isCollapsibleSpace(char16_t c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'\f'; }
+bool isCollapsibleSpace(char16_t c) {
+    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r' || c == u'\f';
+}
 
 // Builds the text: breaks between blocks are asked for and written only when text follows, so that empty
 // elements leave no blank lines behind.
@@ -151,7 +152,8 @@ std::u16string plainTextOfNode(const HTMLNode& root) {
         return writer.finish();
     }
     std::vector<Step> stack;
-    for (auto it = root.childNodes().rbegin(); it != root.childNodes().rend(); ++it) stack.push_back({it->get(), false});
+    for (auto it = root.childNodes().rbegin(); it != root.childNodes().rend(); ++it)
+        stack.push_back({it->get(), false});
     int preformatted = 0;
     // Per open list: the number of the next ordered item, or -1 for an unordered list.
     std::vector<long> lists;

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "Message/detail/ComposedParts.hpp"
 #include "postwright/Base/Digest.hpp"
 #include "postwright/Base/Format.hpp"
 #include "postwright/Html/HTMLPlainText.hpp"
@@ -10,7 +11,6 @@
 #include "postwright/Mime/PWMultipartMimePart.hpp"
 #include "postwright/Mime/PWTextHtmlMimePart.hpp"
 #include "postwright/Mime/PWTextMimePart.hpp"
-#include "Message/detail/ComposedParts.hpp"
 
 namespace postwright {
 
@@ -47,9 +47,8 @@ std::shared_ptr<FGBaseMutableMessage> FGBaseMutableMessage::init() {
     return message;
 }
 
-std::shared_ptr<FGBaseMutableMessage> FGBaseMutableMessage::initWithMessageContents(const PWMessageContentsRef& contents,
-                                                                                    bool forAmending,
-                                                                                    bool createNewContentId) {
+std::shared_ptr<FGBaseMutableMessage> FGBaseMutableMessage::initWithMessageContents(
+    const PWMessageContentsRef& contents, bool forAmending, bool createNewContentId) {
     std::shared_ptr<FGBaseMutableMessage> message(new FGBaseMutableMessage());
     message->openContents(contents, forAmending, createNewContentId);
     return message;
@@ -148,12 +147,16 @@ void FGBaseMutableMessage::writeHeaders(Setter setter) {
     markMutatedHeaders();
 }
 
-OptString FGBaseMutableMessage::subject() const { return headers()->subject(); }
+OptString FGBaseMutableMessage::subject() const {
+    return headers()->subject();
+}
 void FGBaseMutableMessage::setSubject(const OptString& subject) {
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setSubject(subject); });
 }
 
-OptString FGBaseMutableMessage::headerID() const { return headers()->headerID(); }
+OptString FGBaseMutableMessage::headerID() const {
+    return headers()->headerID();
+}
 void FGBaseMutableMessage::setHeaderID(const OptString& identifier) {
     writeHeaders([&](PWMutableMessageHeaders& headers) {
         if (identifier) {
@@ -164,17 +167,23 @@ void FGBaseMutableMessage::setHeaderID(const OptString& identifier) {
     });
 }
 
-std::optional<PWEmailAddressList> FGBaseMutableMessage::sender() const { return headers()->sender(); }
+std::optional<PWEmailAddressList> FGBaseMutableMessage::sender() const {
+    return headers()->sender();
+}
 void FGBaseMutableMessage::setSender(const PWEmailAddressList& addresses) {
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setSender(addresses); });
 }
 
-std::optional<PWEmailAddressList> FGBaseMutableMessage::from() const { return headers()->from(); }
+std::optional<PWEmailAddressList> FGBaseMutableMessage::from() const {
+    return headers()->from();
+}
 void FGBaseMutableMessage::setFrom(const PWEmailAddressList& addresses) {
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setFrom(addresses); });
 }
 
-std::optional<PWEmailAddressGroupList> FGBaseMutableMessage::recipients() const { return headers()->recipients(); }
+std::optional<PWEmailAddressGroupList> FGBaseMutableMessage::recipients() const {
+    return headers()->recipients();
+}
 void FGBaseMutableMessage::setRecipients(const PWEmailAddressGroupList& groups) {
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setRecipients(groups); });
 }
@@ -212,7 +221,9 @@ void FGBaseMutableMessage::setReplyToRecipients(const PWEmailAddressList& addres
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setReplyToRecipients(addresses); });
 }
 
-std::optional<double> FGBaseMutableMessage::dateSent() const { return headers()->dateSent(); }
+std::optional<double> FGBaseMutableMessage::dateSent() const {
+    return headers()->dateSent();
+}
 void FGBaseMutableMessage::setDateSent(double date) {
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setDateSent(date); });
 }
@@ -225,7 +236,9 @@ void FGBaseMutableMessage::setInReplyToIDs(const std::optional<std::vector<std::
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setInReplyToIds(*identifiers); });
 }
 
-std::optional<std::vector<std::u16string>> FGBaseMutableMessage::references() const { return headers()->references(); }
+std::optional<std::vector<std::u16string>> FGBaseMutableMessage::references() const {
+    return headers()->references();
+}
 void FGBaseMutableMessage::setReferences(const std::optional<std::vector<std::u16string>>& identifiers) {
     if (!identifiers) return;
     writeHeaders([&](PWMutableMessageHeaders& headers) { headers.setReferences(*identifiers); });
@@ -234,9 +247,13 @@ void FGBaseMutableMessage::setReferences(const std::optional<std::vector<std::u1
 std::optional<std::vector<std::u16string>> FGBaseMutableMessage::inReplyToDigests() const {
     return headers()->inReplyToDigests();
 }
-std::optional<double> FGBaseMutableMessage::dateReceived() const { return headers()->dateReceived(); }
+std::optional<double> FGBaseMutableMessage::dateReceived() const {
+    return headers()->dateReceived();
+}
 
-std::u16string FGBaseMutableMessage::contentIdentifier() const { return headers()->contentIdentifier(); }
+std::u16string FGBaseMutableMessage::contentIdentifier() const {
+    return headers()->contentIdentifier();
+}
 void FGBaseMutableMessage::setContentIdentifier(const std::u16string&) {
     throw ProgrammingError("Should not be setting the contentIdentifier directly");
 }
@@ -347,8 +364,12 @@ void FGBaseMutableMessage::setHtmlRelatedAttachments(const FGAttachmentList& att
     htmlRelatedAttachments_ = attachments;
 }
 
-void FGBaseMutableMessage::markMutatedHeaders() { setMutationBits(kFGMessageMutatedHeaders, true); }
-void FGBaseMutableMessage::markMutatedBody() { setMutationBits(kFGMessageMutatedBody, true); }
+void FGBaseMutableMessage::markMutatedHeaders() {
+    setMutationBits(kFGMessageMutatedHeaders, true);
+}
+void FGBaseMutableMessage::markMutatedBody() {
+    setMutationBits(kFGMessageMutatedBody, true);
+}
 
 int64_t FGBaseMutableMessage::mutationFlags() const {
     std::lock_guard lock(mutex_);
@@ -474,10 +495,10 @@ std::shared_ptr<PWMutableMessageContents> FGBaseMutableMessage::mutableContentsW
     if (!headers->firstHeaderForKey(PWMessageHeaderMIMEVersionKey, false)) {
         // Written as RFC 2045 spells it: a field set on the collection would be written "Mime-Version".
         HeaderEntryDictionary dictionary = headers->headerEntryDictionary();
-        dictionary.set(headerDictionaryKey(PWMessageHeaderMIMEVersionKey),
-                       std::make_shared<const HeaderEntryDictionary::EntryList>(HeaderEntryDictionary::EntryList{
-                           PWMessageHeaderEntry::newWithFieldName(PWMessageHeaderMIMEVersionKey, u"1.0",
-                                                                  kDerivedSortHint)}));
+        dictionary.set(
+            headerDictionaryKey(PWMessageHeaderMIMEVersionKey),
+            std::make_shared<const HeaderEntryDictionary::EntryList>(HeaderEntryDictionary::EntryList{
+                PWMessageHeaderEntry::newWithFieldName(PWMessageHeaderMIMEVersionKey, u"1.0", kDerivedSortHint)}));
         headers = PWMutableMessageHeaders::initWithHeaderEntryDictionary(std::move(dictionary));
     }
     root->setHeaders(headers);

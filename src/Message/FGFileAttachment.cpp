@@ -41,17 +41,14 @@ std::shared_ptr<FGFileAttachment> FGFileAttachment::attachmentWithData(const Dat
     attachment->contentId_ = contentId && !contentId->empty()
                                  ? trimCharacters(*contentId, u"<> ")
                                  : uuidString() + u"@" + std::u16string(kFGGeneratedContentIdDomain);
-    attachment->resourceURL_ = resourceURL && !resourceURL->empty() ? *resourceURL
-                                                                     : contentIdURLForContentId(attachment->contentId_);
+    attachment->resourceURL_ =
+        resourceURL && !resourceURL->empty() ? *resourceURL : contentIdURLForContentId(attachment->contentId_);
     return attachment;
 }
 
-std::shared_ptr<FGFileAttachment> FGFileAttachment::attachmentWithContentsOfFile(const std::string& path,
-                                                                                 ErrorRef* error,
-                                                                                 const OptString& filename,
-                                                                                 const OptString& mimeType,
-                                                                                 const OptString& contentId,
-                                                                                 const OptString& resourceURL) {
+std::shared_ptr<FGFileAttachment> FGFileAttachment::attachmentWithContentsOfFile(
+    const std::string& path, ErrorRef* error, const OptString& filename, const OptString& mimeType,
+    const OptString& contentId, const OptString& resourceURL) {
     // Mapping refuses anything but a regular file (a folder, a device), with the system's error.
     std::optional<Data> data = Data::mapFile(path, error);
     if (!data) return nullptr;

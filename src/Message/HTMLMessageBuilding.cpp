@@ -4,6 +4,7 @@
 #include <map>
 #include <unordered_set>
 
+#include "Message/detail/ComposedParts.hpp"
 #include "postwright/Amendments/HTMLElementMessageCleanup.hpp"
 #include "postwright/Base/Format.hpp"
 #include "postwright/Html/HTMLPlainText.hpp"
@@ -11,7 +12,6 @@
 #include "postwright/Message/FGBaseMutableMessage.hpp"
 #include "postwright/Mime/MimeConstants.hpp"
 #include "postwright/Mime/PWMultipartMimePart.hpp"
-#include "Message/detail/ComposedParts.hpp"
 
 namespace postwright {
 
@@ -66,7 +66,9 @@ bool isBlankFragment(const HTMLNode& fragment) {
 
 // RFC 3986: a URL (absolute or relative) is a non-empty run of unreserved and reserved characters, with
 // "%" only as the start of an escape.
-bool isHexDigit(char16_t c) { return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F'); }
+bool isHexDigit(char16_t c) {
+    return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+}
 
 bool isURLText(std::u16string_view text) {
     if (text.empty()) return false;

@@ -49,7 +49,8 @@ private:
 // An amendment that does what the test asks: it records that it ran and calls the given step.
 class ScriptedAmendment : public PWMessageAmendment {
 public:
-    using Step = std::function<PWAmendmentResultRef(FGBaseMutableMessage&, const PWMessageAmendmentContext&, ErrorRef*)>;
+    using Step =
+        std::function<PWAmendmentResultRef(FGBaseMutableMessage&, const PWMessageAmendmentContext&, ErrorRef*)>;
 
     static const PWAmendmentClass& amendmentClass() {
         static const PWAmendmentClass cls{u"ScriptedAmendment", u"Scripted", &initWithDictionaryRepresentation};

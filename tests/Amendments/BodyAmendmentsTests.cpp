@@ -63,9 +63,8 @@ private:
             setSlot(error, failure);
             return nullptr;
         }
-        return PWMessageContents::initWithHeaderAndBodyData(
-            Data::withString("From: ann@example.com\r\nSubject: " + what + "\r\nContent-Type: text/plain\r\n\r\n" + what +
-                             " body\r\n"));
+        return PWMessageContents::initWithHeaderAndBodyData(Data::withString(
+            "From: ann@example.com\r\nSubject: " + what + "\r\nContent-Type: text/plain\r\n\r\n" + what + " body\r\n"));
     }
 };
 
@@ -101,9 +100,9 @@ TEST(BodyAmendments, PlainTextDeliveryOnlyInDeliveryAndTheInertOnesChangeNothing
     auto untouched = test::mutableOf(test::kSimpleMessage);
     PWMessageContentsRef before = untouched->messageContents();
     ErrorRef error = incompleteAmendmentError();
-    for (PWMessageAmendmentRef inert :
-         {PWMessageAmendmentRef(PWPlaceholderExpansionAmendment::init()), PWMessageAmendmentRef(PWUploadAttachmentAmendment::init()),
-          PWApplyFormatAmendment::initWithDictionaryRepresentation({})}) {
+    for (PWMessageAmendmentRef inert : {PWMessageAmendmentRef(PWPlaceholderExpansionAmendment::init()),
+                                        PWMessageAmendmentRef(PWUploadAttachmentAmendment::init()),
+                                        PWApplyFormatAmendment::initWithDictionaryRepresentation({})}) {
         for (uint64_t type : {0u, 1u, 4u}) apply(*inert, *untouched, type, &error);
         EXPECT_EQ(error, nullptr) << "the error slot is cleared";
     }
@@ -171,8 +170,9 @@ TEST(BodyAmendments, TheEncryptionServiceActsInItsContextAndItsErrorsPassThrough
 
 TEST(BodyAmendments, FragmentationRebuildsTheTreeForDelivery) {
     auto report = FGFileAttachment::attachmentWithData(Data::withString("%PDF-1.4"), u"report.pdf");
-    std::u16string html = u"<p>Before</p><p><span orw-mime-type=\"application/pdf\" orw-name=\"report.pdf\" orw-src=\"" +
-                          *report->resourceURL() + u"\">report.pdf</span></p><p>After</p>";
+    std::u16string html =
+        u"<p>Before</p><p><span orw-mime-type=\"application/pdf\" orw-name=\"report.pdf\" orw-src=\"" +
+        *report->resourceURL() + u"\">report.pdf</span></p><p>After</p>";
     auto message = FGBaseMutableMessage::newWithHeaders(nullptr, std::nullopt, html, {report}, 0);
     std::string before = test::shapeOfMessage(*message);
     apply(*PWFragmentMimePartAmendment::init(), *message, 1);

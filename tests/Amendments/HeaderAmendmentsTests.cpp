@@ -17,8 +17,8 @@ namespace {
 
 PWAmendmentResultRef apply(PWMessageAmendment& amendment, FGBaseMutableMessage& message, uint64_t contextType,
                            ErrorRef* error = nullptr) {
-    return amendment.resultByApplyingToMutableMessage(message, *PWMessageAmendmentContext::newWithContextType(contextType),
-                                                      0, error);
+    return amendment.resultByApplyingToMutableMessage(
+        message, *PWMessageAmendmentContext::newWithContextType(contextType), 0, error);
 }
 
 std::shared_ptr<PWEmailAddress> address(std::u16string_view text) {
@@ -55,8 +55,9 @@ TEST(HeaderAmendments, AddRecipientJoinsTheFirstGroupOnly) {
     apply(*PWAddRecipientAmendment::initWithRecipients({address(u"eve@example.com")}, 7), *other, 1);
     EXPECT_EQ(other->mutationFlags(), 0);
 
-    auto read = std::static_pointer_cast<PWAddRecipientAmendment>(PWAddRecipientAmendment::initWithDictionaryRepresentation(
-        {{"addresses", {"Ann <ann@example.com>", "not an address", 7}}, {"recipientType", 4}}));
+    auto read =
+        std::static_pointer_cast<PWAddRecipientAmendment>(PWAddRecipientAmendment::initWithDictionaryRepresentation(
+            {{"addresses", {"Ann <ann@example.com>", "not an address", 7}}, {"recipientType", 4}}));
     ASSERT_EQ(read->recipients().size(), 1u) << "unusable addresses are skipped";
     EXPECT_EQ(read->recipientType(), kPWRecipientTypeCc);
 }
@@ -100,7 +101,8 @@ TEST(HeaderAmendments, SubjectTemplates) {
 TEST(HeaderAmendments, DateSentAndBccActOnlyInTheirContexts) {
     DateEnvironment::Override pinned(1.7e12, "UTC");
     const double date = 1709629440000;  // Tue, 5 Mar 2024 09:04:00 +0000
-    const char* withBcc = "From: a@example.com\r\nBcc: hidden@example.com\r\nDate: Mon, 1 Jan 2024 00:00:00 +0000\r\n\r\nb\r\n";
+    const char* withBcc =
+        "From: a@example.com\r\nBcc: hidden@example.com\r\nDate: Mon, 1 Jan 2024 00:00:00 +0000\r\n\r\nb\r\n";
     for (uint64_t type : {0u, 1u, 2u, 3u, 4u}) {
         SCOPED_TRACE(type);
         auto message = test::mutableOf(withBcc);

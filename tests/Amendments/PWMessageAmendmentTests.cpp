@@ -50,7 +50,8 @@ TEST_F(Registered, TheRegistryMapsIdentifiersAndKeepsItsQuirks) {
     for (const char16_t* expected : {u"NoAmendment", u"Header", u"PrepareDelivery", u"Encrypt", u"FragmentMimeParts"}) {
         EXPECT_NE(std::find(identifiers.begin(), identifiers.end(), expected), identifiers.end()) << toUTF8(expected);
     }
-    EXPECT_EQ(PWMessageAmendment::classForAmendmentTypeIdentifier(u"NoAmendment"), &PWMessageAmendment::amendmentClass())
+    EXPECT_EQ(PWMessageAmendment::classForAmendmentTypeIdentifier(u"NoAmendment"),
+              &PWMessageAmendment::amendmentClass())
         << "the date-sent and remove-Bcc amendments do not take the base's identifier over";
 
     test::ScopedRecordingLogger logger;
@@ -78,16 +79,18 @@ TEST_F(Registered, DictionaryFormsRoundTripExceptWhatIsNeverWritten) {
          R"({"amendmentType":"Header","headerKey":"X-Rule","headerValue":"7"})"},
         {PWSubjectAmendment::newWithSubjectTemplate(u"Fwd: {{subject}}"),
          R"({"amendmentType":"Subject","template":"Fwd: {{subject}}"})"},
-        {PWAddRecipientAmendment::initWithRecipients({PWEmailAddress::emailAddressWithRawAddress(u"Ann <ann@x.example>")},
-                                                     kPWRecipientTypeCc),
+        {PWAddRecipientAmendment::initWithRecipients(
+             {PWEmailAddress::emailAddressWithRawAddress(u"Ann <ann@x.example>")}, kPWRecipientTypeCc),
          R"({"amendmentType":"AddRecipient","addresses":["Ann <ann@x.example>"],"recipientType":4})"},
         {PWPrepareDeliveryAmendment::initWithXMailer(u" Mailer 1.0\nsecond line "),
          R"({"amendmentType":"PrepareDelivery","xmailer":"Mailer 1.0"})"},
         {PWSignatureAmendment::newWithSignatureIdentifier(u"work"),
          R"({"amendmentType":"Signature","signatureIdentifier":"work"})"},
         {PWBodyAmendment::newWithBodyTemplate(u"Hi {{body}}"), R"({"amendmentType":"Body"})"},
-        {PWDecryptAmendment::newWithPGPPrivateKey(Data::withString("KEY"), u"secret"), R"({"amendmentType":"Decrypt"})"},
-        {PWDateSentAmendment::newWithDate(0), R"({"amendmentType":"NoAmendment","date":"Thu, 1 Jan 1970 00:00:00 +0000"})"},
+        {PWDecryptAmendment::newWithPGPPrivateKey(Data::withString("KEY"), u"secret"),
+         R"({"amendmentType":"Decrypt"})"},
+        {PWDateSentAmendment::newWithDate(0),
+         R"({"amendmentType":"NoAmendment","date":"Thu, 1 Jan 1970 00:00:00 +0000"})"},
         {PWRemoveBCCAmendment::init(), R"({"amendmentType":"NoAmendment"})"},
     };
     DateEnvironment::Override utc(std::nullopt, "UTC");
@@ -96,7 +99,8 @@ TEST_F(Registered, DictionaryFormsRoundTripExceptWhatIsNeverWritten) {
         PWMessageAmendmentRef back = PWMessageAmendment::initWithJsonRepresentation(json, amendment->objectClass());
         EXPECT_EQ(back->jsonRepresentation(), amendment->jsonRepresentation()) << json;
     }
-    EXPECT_EQ(PWMessageAmendment::newWithDictionaryRepresentation(PWDateSentAmendment::newWithDate(0)->dictionaryRepresentation())
+    EXPECT_EQ(PWMessageAmendment::newWithDictionaryRepresentation(
+                  PWDateSentAmendment::newWithDate(0)->dictionaryRepresentation())
                   ->objectClass()
                   .name,
               u"PWMessageAmendment")
@@ -111,8 +115,9 @@ TEST_F(Registered, DictionaryFormsRoundTripExceptWhatIsNeverWritten) {
     } catch (const ProgrammingError& error) {
         EXPECT_STREQ(error.what(), "This class should not be used and will be deprecated soon.");
     }
-    auto format = std::static_pointer_cast<PWApplyFormatAmendment>(PWApplyFormatAmendment::initWithDictionaryRepresentation(
-        {{"amendmentType", "ApplyFormat"}, {"content", "not a dictionary"}, {"preventAutoPlainText", true}}));
+    auto format =
+        std::static_pointer_cast<PWApplyFormatAmendment>(PWApplyFormatAmendment::initWithDictionaryRepresentation(
+            {{"amendmentType", "ApplyFormat"}, {"content", "not a dictionary"}, {"preventAutoPlainText", true}}));
     EXPECT_TRUE(format->cssDictionary().is_null());
     EXPECT_TRUE(format->preventAutoConvertToPlainText());
 }
@@ -122,17 +127,22 @@ TEST_F(Registered, AmendmentsRunByHintAndEqualHintsKeepTheirOrder) {
                                    PWPrepareDeliveryAmendment::initWithXMailer(std::nullopt)};
     EXPECT_EQ(classNames(PWMessageAmendment::sortedByApplicationOrder(list)),
               (std::vector<std::string>{"PWHeaderAmendment", "PWPrepareDeliveryAmendment", "PWEncryptAmendment"}));
-    PWMessageAmendmentList full = {
-        PWEncryptAmendment::init(),        PWCryptoSignAmendment::init(),       PWRemoveBCCAmendment::init(),
-        PWFragmentMimePartAmendment::init(), PWPrepareDeliveryAmendment::initWithXMailer(std::nullopt),
-        PWMakePlainTextAmendment::init(),  PWSubjectAmendment::newWithSubjectTemplate(u"x"),
-        PWHeaderAmendment::initWithHeaderKey(u"B", u"2"), PWDateSentAmendment::init()};
-    full.insert(full.begin() + 3, PWMessageAmendment::newWithDictionaryRepresentation({{"amendmentType", "ApplyFormat"}}));
+    PWMessageAmendmentList full = {PWEncryptAmendment::init(),
+                                   PWCryptoSignAmendment::init(),
+                                   PWRemoveBCCAmendment::init(),
+                                   PWFragmentMimePartAmendment::init(),
+                                   PWPrepareDeliveryAmendment::initWithXMailer(std::nullopt),
+                                   PWMakePlainTextAmendment::init(),
+                                   PWSubjectAmendment::newWithSubjectTemplate(u"x"),
+                                   PWHeaderAmendment::initWithHeaderKey(u"B", u"2"),
+                                   PWDateSentAmendment::init()};
+    full.insert(full.begin() + 3,
+                PWMessageAmendment::newWithDictionaryRepresentation({{"amendmentType", "ApplyFormat"}}));
     EXPECT_EQ(classNames(PWMessageAmendment::sortedByApplicationOrder(full)),
               (std::vector<std::string>{"PWSubjectAmendment", "PWHeaderAmendment", "PWDateSentAmendment",
-                                        "PWMakePlainTextAmendment", "PWApplyFormatAmendment", "PWPrepareDeliveryAmendment",
-                                        "PWFragmentMimePartAmendment", "PWRemoveBCCAmendment", "PWCryptoSignAmendment",
-                                        "PWEncryptAmendment"}));
+                                        "PWMakePlainTextAmendment", "PWApplyFormatAmendment",
+                                        "PWPrepareDeliveryAmendment", "PWFragmentMimePartAmendment",
+                                        "PWRemoveBCCAmendment", "PWCryptoSignAmendment", "PWEncryptAmendment"}));
 }
 
 TEST_F(Registered, TheDriverLogsEveryStepAndMergesUserInfo) {
@@ -146,13 +156,14 @@ TEST_F(Registered, TheDriverLogsEveryStepAndMergesUserInfo) {
         result->userInfo = {{"a", 1}, {"b", 1}};
         return result;
     });
-    auto second = ScriptedAmendment::make(20, [](FGBaseMutableMessage& working, const PWMessageAmendmentContext&, ErrorRef*) {
-        working.setPlainText(u"longer text than before");
-        working.setHtml(std::nullopt);
-        auto result = PWAmendmentResult::init();
-        result->userInfo = {{"b", 2}};
-        return result;
-    });
+    auto second =
+        ScriptedAmendment::make(20, [](FGBaseMutableMessage& working, const PWMessageAmendmentContext&, ErrorRef*) {
+            working.setPlainText(u"longer text than before");
+            working.setHtml(std::nullopt);
+            auto result = PWAmendmentResult::init();
+            result->userInfo = {{"b", 2}};
+            return result;
+        });
     test::ScopedRecordingLogger host;
     ErrorRef error;
     PWMessageContentsRef amended =
@@ -166,8 +177,9 @@ TEST_F(Registered, TheDriverLogsEveryStepAndMergesUserInfo) {
     ASSERT_EQ(contextLines.size(), 7u);
     EXPECT_EQ(contextLines[0], "[Amendment  " + id + "] Applying " + toUTF8(first->description()));
     EXPECT_EQ(contextLines[1], "[Amendment  " + id + "] Application result:");
-    EXPECT_EQ(contextLines[2].rfind("[Amendment " + id + "] Amendment changes (context=1) to message with amendment (", 0),
-              0u);
+    EXPECT_EQ(
+        contextLines[2].rfind("[Amendment " + id + "] Amendment changes (context=1) to message with amendment (", 0),
+        0u);
     EXPECT_NE(contextLines[2].find("original message length (9) \xE2\x80\x94 after amendment (9)"), std::string::npos)
         << contextLines[2];
     EXPECT_EQ(contextLines[6].rfind("[Amendment  " + id + "] amendedContent  <PWMessageContents ", 0), 0u);
@@ -175,10 +187,11 @@ TEST_F(Registered, TheDriverLogsEveryStepAndMergesUserInfo) {
     ASSERT_EQ(hostLines.size(), 4u);
     EXPECT_EQ(hostLines[0].first, "4904-\u2139\ufe0f") << "the visible text kept its length";
     EXPECT_EQ(hostLines[1].first, "4904-\U0001F6D1");
-    EXPECT_EQ(hostLines[2].second.rfind("Post userInfo changes \xE2\x80\x94 original message length (9) \xE2\x80\x94 after "
-                                        "setUserInfo (23): info:",
-                                        0),
-              0u)
+    EXPECT_EQ(
+        hostLines[2].second.rfind("Post userInfo changes \xE2\x80\x94 original message length (9) \xE2\x80\x94 after "
+                                  "setUserInfo (23): info:",
+                                  0),
+        0u)
         << hostLines[2].second;
     EXPECT_EQ(hostLines[3].second,
               "Returning amendedContents \xE2\x80\x94 original message length (9) \xE2\x80\x94 after setUserInfo (23)");
@@ -206,11 +219,12 @@ TEST_F(Registered, TheFirstErrorStopsTheRunAndAMalformedResultIsAnError) {
     EXPECT_TRUE(ran.empty()) << "later amendments do not run";
 
     // A root whose bytes begin with a blank line is not well formed.
-    auto breaking = ScriptedAmendment::make(10, [](FGBaseMutableMessage& working, const PWMessageAmendmentContext&, ErrorRef*) {
-        working.setRootMimePartOfContents(
-            PWMimePart::newMimePartWithRFC2822Data(Data::withString("\r\nX-A: b\r\n\r\nbody\r\n"), u"0"));
-        return PWAmendmentResult::init();
-    });
+    auto breaking =
+        ScriptedAmendment::make(10, [](FGBaseMutableMessage& working, const PWMessageAmendmentContext&, ErrorRef*) {
+            working.setRootMimePartOfContents(
+                PWMimePart::newMimePartWithRFC2822Data(Data::withString("\r\nX-A: b\r\n\r\nbody\r\n"), u"0"));
+            return PWAmendmentResult::init();
+        });
     EXPECT_EQ(PWMessageAmendment::contentsByApplyingAmendments({later, breaking}, *message, &error), nullptr);
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->code, kPWAmendmentErrorMalformed);
@@ -246,7 +260,8 @@ TEST_F(Registered, MessagesRunAmendments) {
     std::vector<std::string> ran;
     auto result = draft->messageByApplyingAmendments(
         {ScriptedAmendment::make(90, nullptr, &ran, "first"), PWHeaderAmendment::initWithHeaderKey(u"X-A", u"1"),
-         PWHeaderAmendment::initWithHeaderKey(u"X-B", std::nullopt), ScriptedAmendment::make(1, nullptr, &ran, "never")},
+         PWHeaderAmendment::initWithHeaderKey(u"X-B", std::nullopt),
+         ScriptedAmendment::make(1, nullptr, &ran, "never")},
         nullptr, 0, &error);
     EXPECT_EQ(result, nullptr);
     EXPECT_EQ(ran, std::vector<std::string>{"first"});
@@ -255,8 +270,8 @@ TEST_F(Registered, MessagesRunAmendments) {
     // The base amendment needs well-formed contents.
     auto empty = FGBaseMutableMessage::init();
     try {
-        PWMessageAmendment::init()->resultByApplyingToMutableMessage(*empty, *PWMessageAmendmentContext::newWithContextType(1),
-                                                                     0, &error);
+        PWMessageAmendment::init()->resultByApplyingToMutableMessage(
+            *empty, *PWMessageAmendmentContext::newWithContextType(1), 0, &error);
         FAIL();
     } catch (const ProgrammingError& thrown) {
         EXPECT_STREQ(thrown.what(), "amended contents is not well formed");

@@ -25,8 +25,8 @@ Prepared prepare(std::string_view bytes, uint64_t contextType = 4, const OptStri
     context->setIdentifier(u"run-1");
     auto logger = std::make_shared<test::RecordingAmendmentLogger>();
     context->setLogger(logger);
-    PWPrepareDeliveryAmendment::initWithXMailer(xMailer)->resultByApplyingToMutableMessage(*prepared.message, *context, 0,
-                                                                                           &prepared.error);
+    PWPrepareDeliveryAmendment::initWithXMailer(xMailer)->resultByApplyingToMutableMessage(*prepared.message, *context,
+                                                                                           0, &prepared.error);
     prepared.written = test::rereadContents(prepared.message->messageContents());
     prepared.lines = logger->lines();
     return prepared;
@@ -60,8 +60,8 @@ TEST(PrepareDelivery, TheHeadersAMessageGoesOutWith) {
     EXPECT_EQ(headers->firstHeaderForKey(u"Message-Id"), u"<abc@example.com>");
     EXPECT_EQ(headers->firstHeaderForKey(u"X-Mailer"), u"Postwright");
     EXPECT_EQ(headers->firstHeaderForKey(u"Date"), u"Tue, 5 Mar 2024 09:04:00 +0000");
-    for (const char16_t* gone : {u"X-Orwin-Composer-Id", u"X-Orwin-Composer-Sending-Account-Id", u"X-Unsent",
-                                 u"X-Fennelgate-Id", u"Sender"}) {
+    for (const char16_t* gone :
+         {u"X-Orwin-Composer-Id", u"X-Orwin-Composer-Sending-Account-Id", u"X-Unsent", u"X-Fennelgate-Id", u"Sender"}) {
         EXPECT_FALSE(headers->firstHeaderForKey(gone)) << toUTF8(gone);
     }
     EXPECT_EQ(prepared.lines, (std::vector<std::string>{
@@ -86,13 +86,15 @@ TEST(PrepareDelivery, OutsideDeliveryTheMessageIsOnlyChecked) {
     Prepared prepared = prepare(kDraft, 1);
     EXPECT_EQ(prepared.message->mutationFlags(), 0);
     EXPECT_EQ(prepared.written->headers()->firstHeaderForKey(u"X-Orwin-Composer-Id"), u"abc");
-    EXPECT_EQ(prepared.lines, std::vector<std::string>{"[Amendment run-1] PrepareDelivery:final message is well formed:"});
+    EXPECT_EQ(prepared.lines,
+              std::vector<std::string>{"[Amendment run-1] PrepareDelivery:final message is well formed:"});
 }
 
 TEST(PrepareDelivery, ParagraphsBecomeLineBrokenDivs) {
     const std::pair<std::u16string, std::string> cases[] = {
         {u"<p class=\"a\">One</p><p>Two</p>", "<div fg-note=\"\">One</div><div>Two</div>"},
-        {u"<p><img src=\"a.png\"></p><p>end <b>bold</b></p>", "<div fg-note=\"\"><img src=\"a.png\"></div><div>end <b>bold</b><br></div>"},
+        {u"<p><img src=\"a.png\"></p><p>end <b>bold</b></p>",
+         "<div fg-note=\"\"><img src=\"a.png\"></div><div>end <b>bold</b><br></div>"},
         {u"<p><br class=\"fg-editing-enabler\"></p>", "<div fg-note=\"\"><br></div>"},
         {u"<p><span orw-id=\"7\" orw-mime-type=\"application/pdf\">r.pdf</span></p>",
          "<div fg-note=\"\"><span orw-id=\"7\" orw-mime-type=\"application/pdf\">r.pdf</span></div>"},
@@ -111,6 +113,7 @@ TEST(PrepareDelivery, ParagraphsBecomeLineBrokenDivs) {
     plain->setHtml(std::nullopt);
     plain->setPlainText(u"Just text");
     auto context = PWMessageAmendmentContext::newWithContextType(4);
-    PWPrepareDeliveryAmendment::initWithXMailer(std::nullopt)->resultByApplyingToMutableMessage(*plain, *context, 0, nullptr);
+    PWPrepareDeliveryAmendment::initWithXMailer(std::nullopt)
+        ->resultByApplyingToMutableMessage(*plain, *context, 0, nullptr);
     EXPECT_EQ(test::shapeOfMessage(*plain), "text/plain");
 }

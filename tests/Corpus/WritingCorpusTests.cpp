@@ -99,8 +99,8 @@ TEST(AmendmentCorpus, HeaderAmendmentsKeepEveryBody) {
     PWMessageAmendmentList list = {
         PWHeaderAmendment::initWithHeaderKey(u"X-Amended", u"yes"),
         PWSubjectAmendment::newWithSubjectTemplate(u"[Rule] {{subject}}"),
-        PWAddRecipientAmendment::initWithRecipients({PWEmailAddress::emailAddressWithRawAddress(u"Rule <rule@example.com>")},
-                                                    kPWRecipientTypeTo)};
+        PWAddRecipientAmendment::initWithRecipients(
+            {PWEmailAddress::emailAddressWithRawAddress(u"Rule <rule@example.com>")}, kPWRecipientTypeTo)};
     size_t amended = 0;
     for (const test::CorpusMessage& message : test::corpusMessages()) {
         SCOPED_TRACE(message.name);
@@ -113,13 +113,13 @@ TEST(AmendmentCorpus, HeaderAmendmentsKeepEveryBody) {
         PWMessageHeadersRef headers = reread->headers();
         EXPECT_EQ(headers->firstHeaderForKey(u"X-Amended"), u"yes");
         // A long subject folds where it had a space, and rebuilt headers continue their lines with a TAB.
-        EXPECT_EQ(withSpaces(headers->subject()), withSpaces(fgTrim(u"[Rule] " + source->headers()->subject().value_or(u""))));
+        EXPECT_EQ(withSpaces(headers->subject()),
+                  withSpaces(fgTrim(u"[Rule] " + source->headers()->subject().value_or(u""))));
         std::optional<PWEmailAddressGroupList> to = headers->emailAddressGroupsForHeaderKey(u"To");
         ASSERT_TRUE(to && !to->empty());
         PWEmailAddressList members = to->front()->addresses();  // the first group takes the new address
-        EXPECT_TRUE(std::any_of(members.begin(), members.end(), [](const auto& address) {
-            return address->userAtDomain() == u"rule@example.com";
-        }));
+        EXPECT_TRUE(std::any_of(members.begin(), members.end(),
+                                [](const auto& address) { return address->userAtDomain() == u"rule@example.com"; }));
         EXPECT_EQ(shapeOf(reread->rootMimePart()), shapeOf(source->rootMimePart()));
         EXPECT_TRUE(decodedLeaves(reread->rootMimePart()) == decodedLeaves(source->rootMimePart()));
         ++amended;
@@ -136,14 +136,17 @@ TEST(AmendmentCorpus, DeliveryGivesTheFinalMessageId) {
         auto source = FGPostwrightMessage::initWithRFC2822Data(message.bytes, true);
         if (!source->rootMimePart()) continue;
         ErrorRef error;
-        PWMessageContentsRef contents = PWMessageAmendment::contentsByApplyingAmendments(list, context, 0, *source, &error);
+        PWMessageContentsRef contents =
+            PWMessageAmendment::contentsByApplyingAmendments(list, context, 0, *source, &error);
         ASSERT_NE(contents, nullptr) << (error ? toUTF8(error->localizedDescription) : "");
         PWMessageHeadersRef headers = PWMessageContents::initWithHeaderAndBodyData(contents->contentData())->headers();
         std::optional<PWEmailAddressList> from = source->headers()->from();
         OptString domain = from && !from->empty() ? from->front()->domain() : std::nullopt;
         std::string messageId = toUTF8(headers->firstHeaderForKey(u"Message-Id").value_or(u""));
-        std::string expected = "<.{18}@" + std::regex_replace(toUTF8(domain.value_or(u"(null)")),
-                                                             std::regex(R"([.^$|()\[\]{}*+?\\])"), R"(\$&)") + ">";
+        std::string expected =
+            "<.{18}@" +
+            std::regex_replace(toUTF8(domain.value_or(u"(null)")), std::regex(R"([.^$|()\[\]{}*+?\\])"), R"(\$&)") +
+            ">";
         EXPECT_TRUE(std::regex_match(messageId, std::regex(expected))) << messageId << " against " << expected;
         HeaderEntryDictionary fields = headers->headerEntryDictionary();
         for (const auto& item : fields.items()) {

@@ -97,10 +97,11 @@ TEST(FGBaseMutableMessageOpening, ANewContentIdGivesANewComposerIdAndMessageId) 
     EXPECT_EQ(written->headersMessageId(), fromUTF8(messageId));
 
     // A From without a domain: a UUID stands in for it.
-    auto noDomain =
-        FGBaseMutableMessage::initWithMessageContents(contentsOf("From: ann\r\nSubject: x\r\n\r\nBody\r\n"), false, true);
+    auto noDomain = FGBaseMutableMessage::initWithMessageContents(contentsOf("From: ann\r\nSubject: x\r\n\r\nBody\r\n"),
+                                                                  false, true);
     std::string id = toUTF8(*noDomain->headers()->firstHeaderForKey(PWMessageHeaderMessageIdKey));
-    EXPECT_TRUE(std::regex_match(id, std::regex("<.{18}#[0-9A-F]{8}@[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}>")))
+    EXPECT_TRUE(std::regex_match(
+        id, std::regex("<.{18}#[0-9A-F]{8}@[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}>")))
         << id;
 }
 
@@ -202,8 +203,7 @@ TEST(FGBaseMutableMessageBody, BodySettersMarkTheirBitsAndDropGeneratedContents)
     message->setAttachments({});
     EXPECT_EQ(message->messageContents(), second);
     message->markMutatedBody();
-    EXPECT_EQ(test::shapeOf(message->messageContents()->rootMimePart()),
-              "multipart/alternative[text/plain,text/html]");
+    EXPECT_EQ(test::shapeOf(message->messageContents()->rootMimePart()), "multipart/alternative[text/plain,text/html]");
 }
 
 TEST(FGBaseMutableMessageBody, WhichTreeComesOutOfWhichPieces) {
@@ -223,17 +223,42 @@ TEST(FGBaseMutableMessageBody, WhichTreeComesOutOfWhichPieces) {
     };
     const Case cases[] = {
         {"text", u"Hi", std::nullopt, {}, {}, 0, "text/plain"},
-        {"HTML gets its plain text", std::nullopt, u"<p>Hi</p>", {}, {}, 0,
+        {"HTML gets its plain text",
+         std::nullopt,
+         u"<p>Hi</p>",
+         {},
+         {},
+         0,
          "multipart/alternative[text/plain,text/html]"},
         {"HTML only", u"Hi", u"<p>Hi</p>", {}, {}, kFGMessageCreationHTMLOnly, "text/html"},
-        {"inline image", u"See", withImage, {}, {chart}, 0,
+        {"inline image",
+         u"See",
+         withImage,
+         {},
+         {chart},
+         0,
          "multipart/related[multipart/alternative[text/plain,text/html],image/png]"},
-        {"inline image and attachment", u"See", withImage, {report}, {chart}, 0,
+        {"inline image and attachment",
+         u"See",
+         withImage,
+         {report},
+         {chart},
+         0,
          "multipart/mixed[multipart/related[multipart/alternative[text/plain,text/html],image/png],application/pdf]"},
-        {"image the HTML does not show", u"See", u"<p>x</p>", {}, {chart}, 0,
+        {"image the HTML does not show",
+         u"See",
+         u"<p>x</p>",
+         {},
+         {chart},
+         0,
          "multipart/mixed[multipart/alternative[text/plain,text/html],image/png]"},
         {"an empty attachment is left out", u"Hi", std::nullopt, {empty}, {}, 0, "multipart/mixed[text/plain]"},
-        {"a PDF shown by the HTML", std::nullopt, linkingReport, {report}, {}, kFGMessageCreationHTMLOnly,
+        {"a PDF shown by the HTML",
+         std::nullopt,
+         linkingReport,
+         {report},
+         {},
+         kFGMessageCreationHTMLOnly,
          "multipart/related[text/html,application/pdf]"},
         {"attachments only", std::nullopt, std::nullopt, {report}, {}, 0, "multipart/mixed[application/pdf]"},
     };

@@ -19,7 +19,9 @@ std::u16string placeholder(const FGFileAttachment& attachment, std::u16string_vi
            (inside.empty() ? attachment.filename() : std::u16string(inside)) + u"</span>";
 }
 
-std::u16string htmlOf(const PWMimePartRef& part) { return part ? part->htmlContent().value_or(u"") : u""; }
+std::u16string htmlOf(const PWMimePartRef& part) {
+    return part ? part->htmlContent().value_or(u"") : u"";
+}
 
 // The body built for delivery from a document, with the attachments that are left.
 struct Built {
@@ -99,14 +101,23 @@ TEST(HTMLMessageBuilding, TheBodyIsCutOnlyWhereContentFollowsANonImageAttachment
         size_t remaining;
     };
     const Case cases[] = {
-        {"text, PDF, text", u"<p>Before</p><p>" + placeholder(*report) + u"</p><p>After</p>", {report, left},
-         "multipart/mixed[text/html,application/pdf,text/html,application/pdf]", 0},
+        {"text, PDF, text",
+         u"<p>Before</p><p>" + placeholder(*report) + u"</p><p>After</p>",
+         {report, left},
+         "multipart/mixed[text/html,application/pdf,text/html,application/pdf]",
+         0},
         {"a trailing PDF", u"<p>Before</p><p>" + placeholder(*report) + u"</p>\n  \n", {report}, "text/html", 1},
         {"a PDF among text", u"<p>See " + placeholder(*report) + u" here</p><p>After</p>", {report}, "text/html", 1},
-        {"an image after a PDF", u"<p>" + placeholder(*report) + u"</p><p>" + placeholder(*chart) + u"</p>",
-         {report, chart}, "multipart/mixed[application/pdf,image/png]", 0},
-        {"a PDF after an image", u"<p>" + placeholder(*chart) + u"</p><p>" + placeholder(*report) + u"</p>",
-         {report, chart}, "text/html", 2},
+        {"an image after a PDF",
+         u"<p>" + placeholder(*report) + u"</p><p>" + placeholder(*chart) + u"</p>",
+         {report, chart},
+         "multipart/mixed[application/pdf,image/png]",
+         0},
+        {"a PDF after an image",
+         u"<p>" + placeholder(*chart) + u"</p><p>" + placeholder(*report) + u"</p>",
+         {report, chart},
+         "text/html",
+         2},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -125,10 +136,9 @@ TEST(HTMLMessageBuilding, TheBodyIsCutOnlyWhereContentFollowsANonImageAttachment
 TEST(HTMLMessageBuilding, ImagesOfOneBodyBecomeItsRelatedPartsOnce) {
     auto chart = test::pngAttachment(u"chart.png", u"chart@example.com");
     std::u16string image = u"<img src=\"" + *chart->resourceURL() + u"\">";
-    Built built = buildFromFragments(
-        u"<div id=\"FGEditingContainer\" class=\"fg-editing-block x\"><p>" + image + image +
-            u"<span class=\"orwIconLabel\">label</span></p></div>",
-        {chart});
+    Built built = buildFromFragments(u"<div id=\"FGEditingContainer\" class=\"fg-editing-block x\"><p>" + image +
+                                         image + u"<span class=\"orwIconLabel\">label</span></p></div>",
+                                     {chart});
     EXPECT_EQ(shapeOf(built.part), "multipart/related[text/html,image/png]");
     EXPECT_TRUE(built.remaining.empty());
     std::u16string html = htmlOf(built.part->subParts()[0]);
@@ -161,9 +171,10 @@ TEST(HTMLMessageBuilding, AttachmentElementsFindTheirAttachmentByURL) {
 TEST(HTMLMessageBuilding, DeliveryRebuildsTheWholeMessage) {
     auto report = test::pdfAttachment();
     auto chart = test::pngAttachment();
-    const std::u16string html = u"<html><head><style class=\"local-styles\">p{}</style><style>b{}</style></head><body>"
-                                u"<p>Hello</p><p>" + placeholder(*report) + u"</p><p>" + placeholder(*chart) +
-                                u"</p><p>Bye</p></body></html>";
+    const std::u16string html =
+        u"<html><head><style class=\"local-styles\">p{}</style><style>b{}</style></head><body>"
+        u"<p>Hello</p><p>" +
+        placeholder(*report) + u"</p><p>" + placeholder(*chart) + u"</p><p>Bye</p></body></html>";
     PWMessageHeadersRef headers = PWMessageHeaders::initWithHeaderDictionary({{u"Subject", {u"Delivery"}}});
 
     auto plain = FGBaseMutableMessage::newWithHeaders(headers, std::nullopt, html, {report, chart}, 0);

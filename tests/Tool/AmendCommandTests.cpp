@@ -50,7 +50,8 @@ TEST_F(AmendTest, StoredListsRunOverMessageFiles) {
     EXPECT_EQ(message["abstract"]["subject"].get<std::string>().rfind("[Rule] ", 0), 0u);
     EXPECT_EQ(message["abstract"]["ccRecipients"][0]["addresses"][0]["userAtDomain"], "dee@example.com");
     bool ruled = false;
-    for (const json& field : message["headers"]["fields"]) ruled = ruled || (field["name"] == "X-Rule" && field["value"] == "7");
+    for (const json& field : message["headers"]["fields"])
+        ruled = ruled || (field["name"] == "X-Rule" && field["value"] == "7");
     EXPECT_TRUE(ruled);
     EXPECT_TRUE(fileContents(source) == before);
 
@@ -62,9 +63,10 @@ TEST_F(AmendTest, StoredListsRunOverMessageFiles) {
 TEST_F(AmendTest, FailuresWriteNothingAndSayWhatWentWrong) {
     std::string source = (corpusDirectory() / "messages/cpython/msg_16.eml").string();
     std::string before = fileContents(source);
-    ToolRun failed = runTool({"amend", source, "--amendments",
-                              R"([{"amendmentType":"Header","headerKey":"X-Rule"},{"amendmentType":"Subject","template":"x"}])",
-                              "--output", path("out.eml")});
+    ToolRun failed =
+        runTool({"amend", source, "--amendments",
+                 R"([{"amendmentType":"Header","headerKey":"X-Rule"},{"amendmentType":"Subject","template":"x"}])",
+                 "--output", path("out.eml")});
     EXPECT_EQ(failed.status, 1);
     EXPECT_TRUE(failed.out.empty());
     EXPECT_FALSE(fs::exists(path("out.eml")));
@@ -91,17 +93,19 @@ TEST_F(AmendTest, FailuresWriteNothingAndSayWhatWentWrong) {
 
 TEST_F(AmendTest, ADraftIsPreparedAndCutForDelivery) {
     write("report.pdf", "%PDF-1.4\n% figures\n%%EOF\n");
-    write("draft.json", json({{"headers", json::array({json::array({"From", "Ann <ann@example.com>"}),
-                                                       json::array({"To", "bob@example.org"}),
-                                                       json::array({"Subject", "Report"})})},
-                              {"html", "<p>Before</p><p><span orw-mime-type=\"application/pdf\" orw-name=\"report.pdf\" "
-                                       "orw-src=\"cid:r@example.com\">report.pdf</span></p><p>After</p>"},
-                              {"attachments", json::array({{{"path", "report.pdf"}, {"contentId", "r@example.com"}}})}})
-                             .dump());
+    write("draft.json",
+          json({{"headers", json::array({json::array({"From", "Ann <ann@example.com>"}),
+                                         json::array({"To", "bob@example.org"}), json::array({"Subject", "Report"})})},
+                {"html",
+                 "<p>Before</p><p><span orw-mime-type=\"application/pdf\" orw-name=\"report.pdf\" "
+                 "orw-src=\"cid:r@example.com\">report.pdf</span></p><p>After</p>"},
+                {"attachments", json::array({{{"path", "report.pdf"}, {"contentId", "r@example.com"}}})}})
+              .dump());
     ASSERT_EQ(runTool({"compose", path("draft.json"), "--output", path("draft.eml")}).status, 0);
-    ToolRun sent = runTool({"amend", path("draft.eml"), "--context", "4", "--now", "2026-01-01T12:00:00Z", "--tz", "UTC",
-                            "--log", "--amendments",
-                            R"([{"amendmentType":"FragmentMimeParts"},{"amendmentType":"PrepareDelivery","xmailer":"PW"}])"});
+    ToolRun sent =
+        runTool({"amend", path("draft.eml"), "--context", "4", "--now", "2026-01-01T12:00:00Z", "--tz", "UTC", "--log",
+                 "--amendments",
+                 R"([{"amendmentType":"FragmentMimeParts"},{"amendmentType":"PrepareDelivery","xmailer":"PW"}])"});
     ASSERT_EQ(sent.status, 0) << sent.err;
     EXPECT_NE(sent.out.find("Date: Thu, 1 Jan 2026 12:00:00 +0000\r\n"), std::string::npos);
     EXPECT_NE(sent.out.find("@example.com>\r\nX-Mailer: PW\r\n"), std::string::npos);
@@ -120,8 +124,9 @@ TEST_F(AmendTest, ADraftIsPreparedAndCutForDelivery) {
 }
 
 TEST_F(AmendTest, ListsAreReadBackInRunOrderAndTypesAreListed) {
-    ToolRun read = runTool({"amend", "--read",
-                            R"([{"amendmentType":"Encrypt"},{"amendmentType":"Header","headerKey":"A","headerValue":"1"},
+    ToolRun read =
+        runTool({"amend", "--read",
+                 R"([{"amendmentType":"Encrypt"},{"amendmentType":"Header","headerKey":"A","headerValue":"1"},
                                 {"amendmentType":"Body"},{"amendmentType":"Unknown"}])"});
     ASSERT_EQ(read.status, 0) << read.err;
     json entries = json::parse(read.out);
@@ -141,9 +146,9 @@ TEST_F(AmendTest, ListsAreReadBackInRunOrderAndTypesAreListed) {
 TEST_F(AmendTest, TheSignatureFileSignsInContextThree) {
     write("signature.txt", "Ann Lee\nExample Ltd\n");
     std::string source = (corpusDirectory() / "messages/cpython/msg_16.eml").string();
-    ToolRun signedRun = runTool({"amend", source, "--context", "3", "--signature-file", path("signature.txt"),
-                                 "--amendments", R"([{"amendmentType":"Signature","signatureIdentifier":"work"}])",
-                                 "--output", path("signed.eml")});
+    ToolRun signedRun =
+        runTool({"amend", source, "--context", "3", "--signature-file", path("signature.txt"), "--amendments",
+                 R"([{"amendmentType":"Signature","signatureIdentifier":"work"}])", "--output", path("signed.eml")});
     ASSERT_EQ(signedRun.status, 0) << signedRun.err;
     json message = json::parse(runTool({"inspect", path("signed.eml"), "--json"}).out);
     std::string text = message["plainText"];

@@ -60,13 +60,14 @@ bool allLinesEndInCRLF(const std::string& bytes) {
 }
 
 TEST_F(ComposeEditTest, ComposedMessagesReadBackWithWhatWentIn) {
-    json spec = {
-        {"headers", pairs({{"From", "Zo\u00eb Ann <ann@example.com>"}, {"To", "bob@example.org, Carl <carl@example.net>"},
-                           {"Subject", "Figures f\u00fcr Q3"}, {"X-Project", "Apollo"}})},
-        {"text", "The figures are attached."},
-        {"html", "<p>The <b>figures</b>:</p><p><img src=\"cid:chart@example.com\"></p>"},
-        {"attachments", {{{"path", "report.pdf"}}}},
-        {"htmlRelatedAttachments", {{{"path", "chart.png"}, {"contentId", "chart@example.com"}}}}};
+    json spec = {{"headers", pairs({{"From", "Zo\u00eb Ann <ann@example.com>"},
+                                    {"To", "bob@example.org, Carl <carl@example.net>"},
+                                    {"Subject", "Figures f\u00fcr Q3"},
+                                    {"X-Project", "Apollo"}})},
+                 {"text", "The figures are attached."},
+                 {"html", "<p>The <b>figures</b>:</p><p><img src=\"cid:chart@example.com\"></p>"},
+                 {"attachments", {{{"path", "report.pdf"}}}},
+                 {"htmlRelatedAttachments", {{{"path", "chart.png"}, {"contentId", "chart@example.com"}}}}};
     write("spec.json", spec.dump());
     ToolRun run = runTool({"compose", path("spec.json"), "--output", path("out.eml")});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -96,9 +97,9 @@ TEST_F(ComposeEditTest, ComposedMessagesReadBackWithWhatWentIn) {
 
 TEST_F(ComposeEditTest, FlagsComposeTheEverydayMessageAndWinOverTheDescription) {
     write("spec.json", json({{"headers", pairs({{"Subject", "from the spec"}, {"To", "x@example.com"}})}}).dump());
-    ToolRun run = runTool({"compose", path("spec.json"), "--from", "ann@example.com", "--to",
-                           "bob@example.org,carl@example.net", "--subject", "Hello", "--text", path("note.txt"),
-                           "--attach", path("report.pdf")});
+    ToolRun run =
+        runTool({"compose", path("spec.json"), "--from", "ann@example.com", "--to", "bob@example.org,carl@example.net",
+                 "--subject", "Hello", "--text", path("note.txt"), "--attach", path("report.pdf")});
     ASSERT_EQ(run.status, 0) << run.err;
     write("flags.eml", run.out);
     json message = inspect(path("flags.eml"));
@@ -152,16 +153,16 @@ TEST_F(ComposeEditTest, EditsWithoutChangesWriteTheInputBackByteForByte) {
     ASSERT_EQ(second.status, 0) << second.err;
     for (const CorpusMessage& message : corpusMessages()) {
         if (message.name != mbox + " #1") continue;
-        EXPECT_TRUE(second.out == std::string(reinterpret_cast<const char*>(message.bytes.bytes()),
-                                              message.bytes.length()))
+        EXPECT_TRUE(second.out ==
+                    std::string(reinterpret_cast<const char*>(message.bytes.bytes()), message.bytes.length()))
             << "the second message of the mailbox, as stored";
     }
 }
 
 TEST_F(ComposeEditTest, HeaderEditsKeepTheBodyAndNeverInjectFields) {
-    ToolRun composed = runTool({"compose", "--from", "ann@example.com", "--to", "bob@example.org", "--subject", "Old",
-                                "--text", path("note.txt"), "--attach", path("report.pdf"), "--output",
-                                path("draft.eml")});
+    ToolRun composed =
+        runTool({"compose", "--from", "ann@example.com", "--to", "bob@example.org", "--subject", "Old", "--text",
+                 path("note.txt"), "--attach", path("report.pdf"), "--output", path("draft.eml")});
     ASSERT_EQ(composed.status, 0) << composed.err;
     std::string draft = fileContents(path("draft.eml"));
     ToolRun edited = runTool({"edit", path("draft.eml"), "--subject", "New \u2713", "--header",
@@ -178,8 +179,8 @@ TEST_F(ComposeEditTest, HeaderEditsKeepTheBodyAndNeverInjectFields) {
     EXPECT_EQ(message["abstract"]["ccRecipients"][0]["addresses"][0]["userAtDomain"], "dee@example.com");
     EXPECT_TRUE(message["abstract"]["bccRecipients"].is_null());
 
-    ToolRun badHeader = runTool({"edit", path("draft.eml"), "--header", "To=not an address", "--output",
-                                 path("x.eml")});
+    ToolRun badHeader =
+        runTool({"edit", path("draft.eml"), "--header", "To=not an address", "--output", path("x.eml")});
     EXPECT_EQ(badHeader.status, 1);
     EXPECT_FALSE(fs::exists(path("x.eml")));
     EXPECT_EQ(runTool({"edit", path("draft.eml"), "--header", "no-equals"}).status, 2);
@@ -192,9 +193,9 @@ TEST_F(ComposeEditTest, HeaderEditsKeepTheBodyAndNeverInjectFields) {
 }
 
 TEST_F(ComposeEditTest, BodyEditsBuildTheBodyAgain) {
-    ToolRun composed = runTool({"compose", "--from", "ann@example.com", "--to", "bob@example.org", "--subject", "S",
-                                "--text", path("note.txt"), "--attach", path("report.pdf"), "--output",
-                                path("draft.eml")});
+    ToolRun composed =
+        runTool({"compose", "--from", "ann@example.com", "--to", "bob@example.org", "--subject", "S", "--text",
+                 path("note.txt"), "--attach", path("report.pdf"), "--output", path("draft.eml")});
     ASSERT_EQ(composed.status, 0) << composed.err;
     write("page.html", "<p>New <i>HTML</i> body</p><p><img src=\"cid:chart\"></p>");
 

@@ -232,12 +232,7 @@ int runAmend(const std::vector<std::string>& argumentList) {
         message->messageByApplyingAmendments(list, context, options.value_or(0), &error);
     PWMessageContentsRef amendedContents = amended ? amended->messageContents() : nullptr;
     if (!amendedContents) return amendmentFailure(error);
-    Data bytes = amendedContents->contentData();
-    if (arguments.flag("tree")) {
-        return writeMessageBytes(Data::withString(dumpJSON(treeJsonOfMessageBytes(bytes)) + "\n"),
-                                 arguments.value("output"));
-    }
-    return writeMessageBytes(bytes, arguments.value("output"));
+    return writeMessageResult(amendedContents, arguments);
 }
 
 }  // namespace postwright::tool

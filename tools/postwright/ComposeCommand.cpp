@@ -107,8 +107,7 @@ OptString optionalString(const nlohmann::json& object, const char* key, const st
 FGMessageAttachmentRef readAttachment(const nlohmann::json& entry, const fs::path& folder, const std::string& where) {
     if (!entry.is_object()) throw DescriptionError{where + " must be an object with \"path\" or \"data\""};
     for (const auto& [key, value] : entry.items()) {
-        static const std::set<std::string> kKeys = {"path", "data", "filename", "mimeType", "contentId",
-                                                    "resourceURL"};
+        static const std::set<std::string> kKeys = {"path", "data", "filename", "mimeType", "contentId", "resourceURL"};
         if (!kKeys.count(key)) throw DescriptionError{where + " has an unknown field \"" + key + "\""};
     }
     OptString filename = optionalString(entry, "filename", where);
@@ -156,8 +155,8 @@ FGAttachmentList readAttachmentList(const nlohmann::json& spec, const char* key,
 Description readDescription(const nlohmann::json& spec, const fs::path& folder) {
     if (!spec.is_object()) throw DescriptionError{"the description must be a JSON object"};
     for (const auto& [key, value] : spec.items()) {
-        static const std::set<std::string> kKeys = {"headers", "text", "html", "attachments",
-                                                    "htmlRelatedAttachments", "options"};
+        static const std::set<std::string> kKeys = {"headers", "text", "html", "attachments", "htmlRelatedAttachments",
+                                                    "options"};
         if (!kKeys.count(key)) throw DescriptionError{"unknown field \"" + key + "\""};
     }
     Description description;
@@ -223,8 +222,8 @@ int runCompose(const std::vector<std::string>& argumentList) {
 
     auto headers = PWMutableMessageHeaders::init();
     std::vector<std::pair<std::string, std::u16string>> fields = description.headers;
-    for (auto [flag, field] : {std::pair{"from", "From"}, {"to", "To"}, {"cc", "Cc"}, {"bcc", "Bcc"},
-                               {"subject", "Subject"}}) {
+    for (auto [flag, field] :
+         {std::pair{"from", "From"}, {"to", "To"}, {"cc", "Cc"}, {"bcc", "Bcc"}, {"subject", "Subject"}}) {
         if (std::optional<std::string> value = arguments.value(flag)) fields.emplace_back(field, fromUTF8(*value));
     }
     for (const auto& [name, value] : fields) {
@@ -240,15 +239,7 @@ int runCompose(const std::vector<std::string>& argumentList) {
         description.html = readTextArgument(*path, &problem);
         if (!description.html) return inputError(problem);
     }
-    for (const std::string& path : arguments.values("attach")) {
-        ErrorRef error;
-        auto attachment = FGFileAttachment::attachmentWithContentsOfFile(path, &error);
-        if (!attachment) {
-            return inputError("cannot attach " + path + ": " +
-                              toUTF8(error ? error->localizedDescription : u"unknown error"));
-        }
-        description.attachments.push_back(attachment);
-    }
+    if (!readAttachmentArguments(arguments.values("attach"), &description.attachments)) return 1;
     if (description.html) description.html = composerHTMLFromMessageHTML(*description.html);
 
     auto message = FGBaseMutableMessage::newWithHeaders(headers, description.text, description.html,
@@ -256,12 +247,7 @@ int runCompose(const std::vector<std::string>& argumentList) {
     message->setHtmlRelatedAttachments(description.htmlRelatedAttachments);
     PWMessageContentsRef contents = message->messageContents();
     if (!contents) return inputError("nothing to send: the message has no text, HTML or attachment");
-    Data bytes = contents->contentData();
-    if (arguments.flag("tree")) {
-        std::string json = dumpJSON(treeJsonOfMessageBytes(bytes)) + "\n";
-        return writeMessageBytes(Data::withString(json), arguments.value("output"));
-    }
-    return writeMessageBytes(bytes, arguments.value("output"));
+    return writeMessageResult(contents, arguments);
 }
 
 }  // namespace postwright::tool

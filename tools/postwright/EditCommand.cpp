@@ -65,9 +65,8 @@ namespace {
 OptString plainTextOfTextParts(const PWMimePartRef& root) {
     if (!root) return std::nullopt;
     std::vector<std::u16string> texts;
-    for (const PWMimePartRef& part : root->mimePartsPassingTest([](const PWMimePart& candidate) {
-             return candidate.isMemberOfClass(PWTextMimePart::mimeClass());
-         })) {
+    for (const PWMimePartRef& part : root->mimePartsPassingTest(
+             [](const PWMimePart& candidate) { return candidate.isMemberOfClass(PWTextMimePart::mimeClass()); })) {
         if (OptString text = part->plainContent()) texts.push_back(fgTrim(*text));
     }
     if (texts.empty()) return std::nullopt;
@@ -101,7 +100,8 @@ int runEdit(const std::vector<std::string>& argumentList) {
     std::vector<std::pair<std::string, std::u16string>> fields;
     for (const std::string& assignment : arguments.values("header")) {
         size_t equals = assignment.find('=');
-        if (equals == std::string::npos) return usageError("edit", "--header takes NAME=VALUE, not \"" + assignment + "\"");
+        if (equals == std::string::npos)
+            return usageError("edit", "--header takes NAME=VALUE, not \"" + assignment + "\"");
         fields.emplace_back(assignment.substr(0, equals), fromUTF8(assignment.substr(equals + 1)));
     }
 
@@ -116,15 +116,7 @@ int runEdit(const std::vector<std::string>& argumentList) {
         html = composerHTMLFromMessageHTML(*html);
     }
     FGAttachmentList added;
-    for (const std::string& path : arguments.values("attach")) {
-        ErrorRef error;
-        auto attachment = FGFileAttachment::attachmentWithContentsOfFile(path, &error);
-        if (!attachment) {
-            return inputError("cannot attach " + path + ": " +
-                              toUTF8(error ? error->localizedDescription : u"unknown error"));
-        }
-        added.push_back(attachment);
-    }
+    if (!readAttachmentArguments(arguments.values("attach"), &added)) return 1;
 
     PWMessageContentsRef contents = readMessageContents(arguments, "edit");
     if (!contents) return 1;
@@ -160,12 +152,7 @@ int runEdit(const std::vector<std::string>& argumentList) {
 
     PWMessageContentsRef edited = message->messageContents();
     if (!edited) return inputError("the edited message is empty: it has no headers, text or attachment");
-    Data bytes = edited->contentData();
-    if (arguments.flag("tree")) {
-        std::string json = dumpJSON(treeJsonOfMessageBytes(bytes)) + "\n";
-        return writeMessageBytes(Data::withString(json), arguments.value("output"));
-    }
-    return writeMessageBytes(bytes, arguments.value("output"));
+    return writeMessageResult(edited, arguments);
 }
 
 }  // namespace postwright::tool

@@ -12,6 +12,7 @@
 #include "postwright/Base/TextEncoding.hpp"
 #include "postwright/Headers/PWEmailAddressGroup.hpp"
 #include "postwright/Lexical/DataRFC2822.hpp"
+#include "postwright/Message/FGFileAttachment.hpp"
 #include "postwright/Mime/MimeConstants.hpp"
 
 namespace postwright::tool {
@@ -72,7 +73,8 @@ std::string setHeaderField(PWMutableMessageHeaders& headers, std::string_view na
         return {};
     }
     if (equalsIgnoringCase(name, "From") || equalsIgnoringCase(name, "Sender")) {
-        std::optional<PWEmailAddressList> addresses = PWEmailAddress::emailAddressesFromHeaderValue(std::u16string(value));
+        std::optional<PWEmailAddressList> addresses =
+            PWEmailAddress::emailAddressesFromHeaderValue(std::u16string(value));
         if (!addresses || !allValid(*addresses)) return addressError(name, value);
         equalsIgnoringCase(name, "From") ? headers.setFrom(*addresses) : headers.setSender(*addresses);
         return {};
@@ -106,7 +108,8 @@ std::optional<std::u16string> readTextArgument(const std::string& path, std::str
         ErrorRef fileError;
         bytes = Data::mapFile(path, &fileError);
         if (!bytes) {
-            *error = "cannot read " + path + ": " + toUTF8(fileError ? fileError->localizedDescription : u"unknown error");
+            *error =
+                "cannot read " + path + ": " + toUTF8(fileError ? fileError->localizedDescription : u"unknown error");
             return std::nullopt;
         }
     }
@@ -124,8 +127,8 @@ std::u16string composerHTMLFromMessageHTML(std::u16string_view html) {
     out.reserve(html.size());
     for (size_t i = 0; i < html.size(); ++i) {
         // A value that starts with "cid:": right after the "=" of an attribute, or after its opening quote.
-        bool valueStart = i > 0 && (html[i - 1] == u'=' || ((html[i - 1] == u'"' || html[i - 1] == u'\'') && i > 1 &&
-                                                             html[i - 2] == u'='));
+        bool valueStart = i > 0 && (html[i - 1] == u'=' ||
+                                    ((html[i - 1] == u'"' || html[i - 1] == u'\'') && i > 1 && html[i - 2] == u'='));
         if (valueStart && startsWithIgnoringASCIICase(html, i, u"cid:")) {
             out += FGWebViewContentIdSchemeKey;
             i += 3;
@@ -157,6 +160,28 @@ int writeMessageBytes(const Data& bytes, const std::optional<std::string>& outpu
         return inputError("cannot write " + *outputPath);
     }
     return 0;
+}
+
+bool readAttachmentArguments(const std::vector<std::string>& paths, FGAttachmentList* attachments) {
+    for (const std::string& path : paths) {
+        ErrorRef error;
+        auto attachment = FGFileAttachment::attachmentWithContentsOfFile(path, &error);
+        if (!attachment) {
+            inputError("cannot attach " + path + ": " + toUTF8(error ? error->localizedDescription : u"unknown error"));
+            return false;
+        }
+        attachments->push_back(attachment);
+    }
+    return true;
+}
+
+int writeMessageResult(const PWMessageContentsRef& contents, const Arguments& arguments) {
+    Data bytes = contents->contentData();
+    if (arguments.flag("tree")) {
+        return writeMessageBytes(Data::withString(dumpJSON(treeJsonOfMessageBytes(bytes)) + "\n"),
+                                 arguments.value("output"));
+    }
+    return writeMessageBytes(bytes, arguments.value("output"));
 }
 
 Json treeJsonOfMessageBytes(const Data& bytes) {

@@ -5,9 +5,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ToolSupport.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
+#include "postwright/Message/PWMessageContents.hpp"
+#include "postwright/Mime/FGMessageAttachment.hpp"
 
 namespace postwright::tool {
 
@@ -27,9 +30,15 @@ std::optional<std::u16string> readTextArgument(const std::string& path, std::str
 // the attachments they name become the HTML's inline resources.
 std::u16string composerHTMLFromMessageHTML(std::u16string_view html);
 
+// The files of --attach, as attachments. On a file that cannot be attached, prints why and returns false.
+bool readAttachmentArguments(const std::vector<std::string>& paths, FGAttachmentList* attachments);
+
 // Writes the bytes to standard output, or to the file (through a temporary file beside it, renamed into
 // place only once everything is written). Returns the exit status.
 int writeMessageBytes(const Data& bytes, const std::optional<std::string>& outputPath);
+// The commands' result: the message's bytes, or with --tree its MIME tree as `postwright tree` prints it,
+// written as writeMessageBytes writes.
+int writeMessageResult(const PWMessageContentsRef& contents, const Arguments& arguments);
 
 // The MIME tree of message bytes as `postwright tree` prints it.
 Json treeJsonOfMessageBytes(const Data& bytes);

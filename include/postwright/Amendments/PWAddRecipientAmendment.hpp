@@ -28,7 +28,8 @@ public:
     static std::shared_ptr<PWAddRecipientAmendment> initWithRecipients(PWEmailAddressList recipients,
                                                                        int64_t recipientType);
     // Every string of "addresses" read as a raw address (unusable ones skipped), and "recipientType".
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     const PWEmailAddressList& recipients() const noexcept { return recipients_; }
     int64_t recipientType() const noexcept { return recipientType_; }

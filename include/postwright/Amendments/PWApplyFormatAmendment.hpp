@@ -14,9 +14,10 @@ public:
 
     // Always throws (see above).
     [[noreturn]] static std::shared_ptr<PWApplyFormatAmendment> initWithCSSDict(const PWAmendmentDictionary& css,
-                                                                               bool preventAutoPlainText);
+                                                                                bool preventAutoPlainText);
     // "content" (taken only when it is a dictionary) and "preventAutoPlainText" (a boolean).
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     const PWAmendmentDictionary& cssDictionary() const noexcept { return cssDictionary_; }
     bool preventAutoConvertToPlainText() const noexcept { return preventAutoConvertToPlainText_; }

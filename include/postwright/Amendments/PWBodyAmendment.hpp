@@ -21,7 +21,8 @@ public:
 
     static std::shared_ptr<PWBodyAmendment> newWithBodyTemplate(const OptString& bodyTemplate);
     // A body amendment without a template: the dictionary form never holds one.
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     const OptString& bodyTemplate() const noexcept { return bodyTemplate_; }
     PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,

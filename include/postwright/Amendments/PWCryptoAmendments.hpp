@@ -21,7 +21,8 @@ public:
     static const PWAmendmentClass& amendmentClass();
     const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
     static std::shared_ptr<PWCryptoSignAmendment> init();
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
     int64_t applicationOrderHint() const override { return 98; }
     PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                           const PWMessageAmendmentContext& context, uint64_t options,
@@ -36,7 +37,8 @@ public:
     static const PWAmendmentClass& amendmentClass();
     const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
     static std::shared_ptr<PWEncryptAmendment> init();
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
     int64_t applicationOrderHint() const override { return 99; }
     PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                           const PWMessageAmendmentContext& context, uint64_t options,
@@ -57,7 +59,8 @@ public:
         return initWithPGPPrivateKey(pgpKey, password);
     }
     // A decrypt amendment without key or password: the dictionary form never holds them.
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     // The scratch folder for decrypted data: the system's temporary folder, the host's bundle identifier
     // (Application::bundleIdentifier), then "pgpDecryptionCache". A plain file standing there is deleted; the

@@ -24,7 +24,8 @@ public:
     static std::shared_ptr<PWDateSentAmendment> init();
     static std::shared_ptr<PWDateSentAmendment> newWithDate(std::optional<double> date);
     // "date" read with the RFC 2822 pattern "EEE, d MMM yyyy HH:mm:ss Z" (en_US); no date when it does not read.
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     std::optional<double> date() const noexcept { return date_; }
 

@@ -15,11 +15,13 @@ public:
     static const PWAmendmentClass& amendmentClass();
     const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
 
-    static std::shared_ptr<PWHeaderAmendment> initWithHeaderKey(const OptString& headerKey, const OptString& headerValue);
+    static std::shared_ptr<PWHeaderAmendment> initWithHeaderKey(const OptString& headerKey,
+                                                                const OptString& headerValue);
     // The entry's field name and value.
     static std::shared_ptr<PWHeaderAmendment> initWithHeaderEntry(const PWMessageHeaderEntry& entry);
     // "headerKey" and "headerValue" (strings; anything else counts as missing).
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     const OptString& headerKey() const noexcept { return headerKey_; }
     const OptString& headerValue() const noexcept { return headerValue_; }

@@ -84,13 +84,14 @@ public:
     // A plain amendment, which changes nothing.
     static std::shared_ptr<PWMessageAmendment> init();
     // The base keeps nothing of the dictionary.
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
     // An instance of the class registered for "amendmentType" (a plain amendment when that is missing or not
     // registered), made from the same dictionary.
     static std::shared_ptr<PWMessageAmendment> newWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
     // An instance of cls made from JSON bytes (fragments allowed; bytes that do not parse count as null).
-    static std::shared_ptr<PWMessageAmendment> initWithJsonRepresentation(std::string_view json,
-                                                                          const PWAmendmentClass& cls = amendmentClass());
+    static std::shared_ptr<PWMessageAmendment> initWithJsonRepresentation(
+        std::string_view json, const PWAmendmentClass& cls = amendmentClass());
 
     // ---- What an amendment is ---------------------------------------------------------------------------
 

@@ -45,7 +45,8 @@ public:
     static std::shared_ptr<PWMessageAmendmentContext> newWithContextType(uint64_t contextType) {
         return initWithContextType(contextType);
     }
-    static std::shared_ptr<PWMessageAmendmentContext> newWithContextType(uint64_t contextType, nlohmann::json userInfo) {
+    static std::shared_ptr<PWMessageAmendmentContext> newWithContextType(uint64_t contextType,
+                                                                         nlohmann::json userInfo) {
         return initWithContextType(contextType, std::move(userInfo));
     }
 

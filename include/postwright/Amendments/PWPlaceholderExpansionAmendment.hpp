@@ -12,7 +12,8 @@ public:
     static const PWAmendmentClass& amendmentClass();
     const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
     static std::shared_ptr<PWPlaceholderExpansionAmendment> init();
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
     PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                           const PWMessageAmendmentContext& context, uint64_t options,
                                                           ErrorRef* error) override;
@@ -26,7 +27,8 @@ public:
     static const PWAmendmentClass& amendmentClass();
     const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
     static std::shared_ptr<PWUploadAttachmentAmendment> init();
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
     PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,
                                                           const PWMessageAmendmentContext& context, uint64_t options,
                                                           ErrorRef* error) override;

@@ -28,7 +28,8 @@ public:
     // The value trimmed of white space and cut before its first line break; kept only when something is left.
     static std::shared_ptr<PWPrepareDeliveryAmendment> initWithXMailer(const OptString& xMailer);
     // "xmailer", when it is a string.
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
     // The delivery clean-up list (PrepareDeliveryReplacements.hpp).
     static const std::vector<FGContentReplacement>& replacements();
 

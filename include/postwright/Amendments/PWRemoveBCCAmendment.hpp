@@ -15,7 +15,8 @@ public:
     const PWAmendmentClass& objectClass() const override { return amendmentClass(); }
 
     static std::shared_ptr<PWRemoveBCCAmendment> init();
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     int64_t applicationOrderHint() const override { return 30; }
     PWAmendmentResultRef resultByApplyingToMutableMessage(FGBaseMutableMessage& message,

@@ -27,7 +27,8 @@ public:
 
     static std::shared_ptr<PWSignatureAmendment> newWithSignatureIdentifier(const OptString& signatureIdentifier);
     // "signatureIdentifier".
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     // The process's signature modifier (nullptr: none). Safe to call from any thread.
     static std::shared_ptr<PWSignatureModifier> signatureModifier();

@@ -19,7 +19,8 @@ public:
 
     static std::shared_ptr<PWSubjectAmendment> newWithSubjectTemplate(const OptString& subjectTemplate);
     // "template".
-    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(const PWAmendmentDictionary& dictionary);
+    static std::shared_ptr<PWMessageAmendment> initWithDictionaryRepresentation(
+        const PWAmendmentDictionary& dictionary);
 
     const OptString& subjectTemplate() const noexcept { return subjectTemplate_; }
 

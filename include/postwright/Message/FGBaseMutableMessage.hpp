@@ -88,8 +88,7 @@ public:
     static std::shared_ptr<FGBaseMutableMessage> newWithHeaders(const PWMessageHeadersRef& headers,
                                                                 const OptString& plainTextBody,
                                                                 const OptString& htmlBody,
-                                                                const FGAttachmentList& attachments,
-                                                                uint64_t options);
+                                                                const FGAttachmentList& attachments, uint64_t options);
     // A new random content identifier (18 characters), made from a UUID.
     static std::u16string makeNewContentID();
     // A new message of the same class opened from this one's current messageContents(), unchanged.

@@ -30,7 +30,9 @@ PWMimePartRef partForNewTree(const PWMimePartRef& part) {
     return copyForNewTree(part, false);
 }
 
-PWMimePartRef mutableCopyForNewTree(const PWMimePartRef& part) { return copyForNewTree(part, true); }
+PWMimePartRef mutableCopyForNewTree(const PWMimePartRef& part) {
+    return copyForNewTree(part, true);
+}
 
 std::shared_ptr<PWTextHtmlMimePart> htmlPartWithComposerHTML(std::u16string_view html) {
     std::u16string text;
