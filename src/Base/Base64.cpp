@@ -96,38 +96,60 @@ size_t base64DecodedLength(const uint8_t* text, size_t length) {
 
 std::string base64EncodedString(const uint8_t* bytes, size_t length, Base64Alphabet alphabet, Base64Options options) {
     const char* digits = alphabet == Base64Alphabet::Standard ? kStandard : kURLSafe;
-    std::string out;
-    out.reserve((length + 2) / 3 * 4 + (options.lineBreaks ? length / 57 * 2 + 2 : 0));
-    size_t lineLength = options.lineLength ? options.lineLength : 76;
+    const size_t lineLength = options.lineLength ? options.lineLength : 76;
+    const size_t rest = length % 3;
+    const size_t encoded = length / 3 * 4 + (rest == 0 ? 0 : options.padding ? 4 : rest + 1);
+    // Line breaks go between characters, never after the last one.
+    const size_t breaks = options.lineBreaks && encoded > 0 ? (encoded - 1) / lineLength : 0;
+    std::string out(encoded + 2 * breaks, '\0');
+    char* next = out.data();
     size_t column = 0;
-    auto emit = [&](char c) {
+    auto put = [&](char c) {
         if (options.lineBreaks && column == lineLength) {
-            out.append("\r\n");
+            *next++ = '\r';
+            *next++ = '\n';
             column = 0;
         }
-        out.push_back(c);
+        *next++ = c;
         ++column;
     };
     size_t i = 0;
-    for (; i + 3 <= length; i += 3) {
-        uint32_t group = (uint32_t(bytes[i]) << 16) | (uint32_t(bytes[i + 1]) << 8) | bytes[i + 2];
-        emit(digits[(group >> 18) & 63]);
-        emit(digits[(group >> 12) & 63]);
-        emit(digits[(group >> 6) & 63]);
-        emit(digits[group & 63]);
+    const size_t whole = length - rest;
+    if (!options.lineBreaks || lineLength % 4 == 0) {
+        // Lines hold whole groups: the line end is checked once a group.
+        for (; i < whole; i += 3) {
+            if (options.lineBreaks && column == lineLength) {
+                *next++ = '\r';
+                *next++ = '\n';
+                column = 0;
+            }
+            uint32_t group = (uint32_t(bytes[i]) << 16) | (uint32_t(bytes[i + 1]) << 8) | bytes[i + 2];
+            next[0] = digits[(group >> 18) & 63];
+            next[1] = digits[(group >> 12) & 63];
+            next[2] = digits[(group >> 6) & 63];
+            next[3] = digits[group & 63];
+            next += 4;
+            column += 4;
+        }
     }
-    size_t rest = length - i;
+    for (; i < whole; i += 3) {
+        uint32_t group = (uint32_t(bytes[i]) << 16) | (uint32_t(bytes[i + 1]) << 8) | bytes[i + 2];
+        put(digits[(group >> 18) & 63]);
+        put(digits[(group >> 12) & 63]);
+        put(digits[(group >> 6) & 63]);
+        put(digits[group & 63]);
+    }
     if (rest) {
         uint32_t group = uint32_t(bytes[i]) << 16;
         if (rest == 2) group |= uint32_t(bytes[i + 1]) << 8;
-        emit(digits[(group >> 18) & 63]);
-        emit(digits[(group >> 12) & 63]);
+        put(digits[(group >> 18) & 63]);
+        put(digits[(group >> 12) & 63]);
         if (rest == 2) {
-            emit(digits[(group >> 6) & 63]);
+            put(digits[(group >> 6) & 63]);
         } else if (options.padding) {
-            emit('=');
+            put('=');
         }
-        if (options.padding) emit('=');
+        if (options.padding) put('=');
     }
     return out;
 }

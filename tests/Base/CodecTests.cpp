@@ -42,6 +42,23 @@ TEST(Base64, EncodingRoundTripsAndCutsLines) {
             }
         }
     }
+    // Any line length: the unbroken text with CR LF after every n characters but the last ones.
+    for (size_t length = 0; length < 40; ++length) {
+        Data data = Data::withString(std::string(length, 'x') + std::string(length % 5, '\xfe'));
+        for (bool padding : {true, false}) {
+            std::string plain = base64EncodedString(data, Base64Alphabet::Standard, {.padding = padding});
+            for (size_t lineLength : {4u, 10u, 76u}) {
+                std::string expected;
+                for (size_t at = 0; at < plain.size(); at += lineLength) {
+                    expected += (at ? "\r\n" : "") + plain.substr(at, lineLength);
+                }
+                EXPECT_EQ(base64EncodedString(data, Base64Alphabet::Standard,
+                                              {.lineBreaks = true, .lineLength = lineLength, .padding = padding}),
+                          expected)
+                    << length << " " << lineLength;
+            }
+        }
+    }
     EXPECT_EQ(base64EncodedString(Data::withString("\xfb\xff"), Base64Alphabet::URLSafe), "-_8=");
     EXPECT_EQ(base64EncodedString(Data::withString("ab"), Base64Alphabet::Standard, {.padding = false}), "YWI");
 }
