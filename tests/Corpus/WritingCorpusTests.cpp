@@ -4,8 +4,6 @@
 // gets its final Message-Id and loses the composer's headers.
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "postwright/Amendments/PWAddRecipientAmendment.hpp"
 #include "postwright/Amendments/PWHeaderAmendment.hpp"
 #include "postwright/Amendments/PWPrepareDeliveryAmendment.hpp"
@@ -142,12 +140,11 @@ TEST(AmendmentCorpus, DeliveryGivesTheFinalMessageId) {
         PWMessageHeadersRef headers = PWMessageContents::initWithHeaderAndBodyData(contents->contentData())->headers();
         std::optional<PWEmailAddressList> from = source->headers()->from();
         OptString domain = from && !from->empty() ? from->front()->domain() : std::nullopt;
-        std::string messageId = toUTF8(headers->firstHeaderForKey(u"Message-Id").value_or(u""));
-        std::string expected =
-            "<.{18}@" +
-            std::regex_replace(toUTF8(domain.value_or(u"(null)")), std::regex(R"([.^$|()\[\]{}*+?\\])"), R"(\$&)") +
-            ">";
-        EXPECT_TRUE(std::regex_match(messageId, std::regex(expected))) << messageId << " against " << expected;
+        std::u16string messageId = headers->firstHeaderForKey(u"Message-Id").value_or(u"");
+        std::u16string expected = u"@" + domain.value_or(u"(null)") + u">";
+        EXPECT_TRUE(messageId.size() == 1 + 18 + expected.size() && messageId[0] == u'<' &&
+                    messageId.substr(19) == expected)
+            << toUTF8(messageId);
         HeaderEntryDictionary fields = headers->headerEntryDictionary();
         for (const auto& item : fields.items()) {
             EXPECT_NE(item.first.rfind(u"X-ORWIN-", 0), 0u) << toUTF8(item.first);

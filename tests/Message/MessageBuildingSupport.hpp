@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "postwright/Message/FGFileAttachment.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
@@ -28,6 +29,22 @@ inline PWMessageContentsRef reread(const PWMessageContentsRef& contents) {
 inline std::string bytesOf(const PWMessageContentsRef& contents) {
     Data data = contents->contentData();
     return std::string(reinterpret_cast<const char*>(data.bytes()), data.length());
+}
+
+// Upper-case hexadecimal digits, count of them exactly.
+inline bool isUpperHex(std::string_view text, size_t count) {
+    if (text.size() != count) return false;
+    for (char c : text) {
+        if (!((c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'))) return false;
+    }
+    return true;
+}
+
+// A UUID in the platform's form: 8-4-4-4-12 upper-case hexadecimal digits.
+inline bool isUUIDText(std::string_view text) {
+    return text.size() == 36 && isUpperHex(text.substr(0, 8), 8) && text[8] == '-' && isUpperHex(text.substr(9, 4), 4) &&
+           text[13] == '-' && isUpperHex(text.substr(14, 4), 4) && text[18] == '-' && isUpperHex(text.substr(19, 4), 4) &&
+           text[23] == '-' && isUpperHex(text.substr(24), 12);
 }
 
 // A tiny PNG and a PDF-ish file as attachments.
