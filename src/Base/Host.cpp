@@ -86,6 +86,16 @@ void Application::setAddressBook(std::shared_ptr<AddressBook> addressBook) {
     addressBook_ = std::move(addressBook);
 }
 
+std::vector<TextEncoding> Application::preferredEncodings() const {
+    std::lock_guard lock(mutex_);
+    return preferredEncodings_;
+}
+
+void Application::setPreferredEncodings(std::vector<TextEncoding> encodings) {
+    std::lock_guard lock(mutex_);
+    preferredEncodings_ = std::move(encodings);
+}
+
 void logForCategory(std::string_view category, std::u16string_view message) {
     Application::shared().logger()->logForCategory(category, message);
 }

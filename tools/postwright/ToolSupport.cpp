@@ -32,6 +32,7 @@ Arguments::Arguments(const std::vector<std::string>& arguments, const std::set<s
                     error_ = "option --" + name + " needs a value";
                     return;
                 }
+                repeated_.push_back({name, values_[name]});
             } else if (flags.count(name) && !hasInline) {
                 flags_.insert(name);
             } else {
@@ -48,6 +49,14 @@ std::optional<std::string> Arguments::value(const std::string& name) const {
     auto found = values_.find(name);
     if (found == values_.end()) return std::nullopt;
     return found->second;
+}
+
+std::vector<std::string> Arguments::values(const std::string& name) const {
+    std::vector<std::string> all;
+    for (const auto& [given, value] : repeated_) {
+        if (given == name) all.push_back(value);
+    }
+    return all;
 }
 
 std::optional<unsigned long long> Arguments::number(const std::string& name) {

@@ -30,7 +30,10 @@ public:
     bool ok() const { return error_.empty(); }
     const std::string& error() const { return error_; }
     const std::vector<std::string>& positionals() const { return positionals_; }
+    // The option's value; the last one when it was given more than once.
     std::optional<std::string> value(const std::string& name) const;
+    // Every value of an option that may be repeated, in the order given.
+    std::vector<std::string> values(const std::string& name) const;
     bool flag(const std::string& name) const { return flags_.count(name) != 0; }
     // An unsigned number option (decimal or 0x hex); sets error() when malformed.
     std::optional<unsigned long long> number(const std::string& name);
@@ -38,6 +41,7 @@ public:
 private:
     std::vector<std::string> positionals_;
     std::map<std::string, std::string> values_;
+    std::vector<std::pair<std::string, std::string>> repeated_;
     std::set<std::string> flags_;
     std::string error_;
 };

@@ -13,8 +13,10 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Base/TextEncoding.hpp"
 
 namespace postwright {
 
@@ -64,6 +66,12 @@ public:
     std::shared_ptr<AddressBook> addressBook() const;
     void setAddressBook(std::shared_ptr<AddressBook> addressBook);
 
+    // The charsets the host expects unlabelled text to be in (a composer knows its user's locale: a
+    // Russian user's mail is likely windows-1251 or koi8-r). Hints for charset detection, weighed with the
+    // bytes and never over them (EncodingDetector.hpp); empty, the default, means none.
+    std::vector<TextEncoding> preferredEncodings() const;
+    void setPreferredEncodings(std::vector<TextEncoding> encodings);
+
 private:
     Application();
     mutable std::mutex mutex_;
@@ -71,6 +79,7 @@ private:
     std::shared_ptr<StringTable> strings_;
     std::shared_ptr<AttachmentDirectoryDelegate> attachmentDirectoryDelegate_;
     std::shared_ptr<AddressBook> addressBook_;
+    std::vector<TextEncoding> preferredEncodings_;
 };
 
 // Logs through the host's logger.
