@@ -54,6 +54,9 @@ constexpr double kDeclaredHintBonus = 6;
 constexpr double kMessageHintBonus = 5;
 constexpr double kHostHintBonus = 3;
 constexpr double kSameFamilyShare = 0.5;
+// Above this cost per byte of the sample no reading is text (binary data, a lone symbol): Windows-1252,
+// the reading of last resort, is answered. Text in any candidate costs 2-5 nats a byte.
+constexpr double kImplausibleCostPerByte = 6;
 
 // ---- Characters ---------------------------------------------------------------------------------------
 
@@ -206,7 +209,7 @@ const Models& models() {
 
 // A legacy candidate with what detection needs of it, resolved once.
 struct Candidate {
-    const LegacyCharset* spec;
+    const LegacyCharset* spec;  // the table entry
     TextEncoding encoding;
     std::array<char16_t, 128> upper{};  // single-byte: the character of bytes 0x80-0xFF (0xFFFF: unusable)
     std::array<bool, 256> forbidden{};  // single-byte: bytes undefined or mapped to C1 controls
@@ -352,24 +355,26 @@ Tier tierOf(Structure structure, const uint8_t* c, size_t n) {
 
 // ---- The sample -------------------------------------------------------------------------------------------
 
-bool isSpaceByte(uint8_t b) { return b == ' ' || b == '\t' || b == '\n' || b == '\r' || b == '\f'; }
+bool isWordByte(uint8_t b) { return b >= 0x80 || ((b | 0x20) >= 'a' && (b | 0x20) <= 'z'); }
 
 struct Token {
     size_t start;
     size_t length;
 };
 
-// The words (runs between ASCII white space, which no multi-byte charset uses inside a character) that hold
-// 8-bit bytes, up to kDetectionSampleLimit bytes of them.
+// The words that hold 8-bit bytes, up to kDetectionSampleLimit bytes of them. A word is a run of bytes
+// that are 8-bit or ASCII letters: ASCII around them (spaces, punctuation, digits, the "=?charset?Q?" of an
+// encoded word) reads the same in every candidate, so it tells nothing and is left out. A multi-byte
+// reading completes a character whose trail byte lies past the word.
 std::vector<Token> sampleTokens(const uint8_t* bytes, size_t length) {
     std::vector<Token> tokens;
     size_t taken = 0;
     size_t i = 0;
     while (i < length && taken < kDetectionSampleLimit) {
-        while (i < length && isSpaceByte(bytes[i])) ++i;
+        while (i < length && !isWordByte(bytes[i])) ++i;
         size_t start = i;
         bool high = false;
-        while (i < length && !isSpaceByte(bytes[i])) high |= bytes[i++] >= 0x80;
+        while (i < length && isWordByte(bytes[i])) high |= bytes[i++] >= 0x80;
         if (!high) continue;
         size_t n = std::min(i - start, kDetectionSampleLimit - taken);
         tokens.push_back({start, n});
@@ -515,7 +520,7 @@ UConverter* characterConverter(TextEncoding encoding) {
     return converter;
 }
 
-void scoreMultiByte(const Candidate& candidate, const uint8_t* bytes, const std::vector<Token>& tokens,
+void scoreMultiByte(const Candidate& candidate, const uint8_t* bytes, size_t length, const std::vector<Token>& tokens,
                     Reading& reading) {
     const Models& built = models();
     UConverter* converter = characterConverter(candidate.encoding);
@@ -525,35 +530,36 @@ void scoreMultiByte(const Candidate& candidate, const uint8_t* bytes, const std:
     }
     const Models::Frequencies& model = built.frequencies[static_cast<size_t>(candidate.frequencyModel)];
     const Structure structure = candidate.spec->structure;
+    size_t consumed = 0;  // characters completed past a word's end are not read again
     for (const Token& token : tokens) {
-        const uint8_t* end = bytes + token.start + token.length;
-        const uint8_t* cursor = bytes + token.start;
+        size_t i = std::max(token.start, consumed);
+        const size_t end = token.start + token.length;
         bool previousLatin = false, previousWide = false;
-        // A token cut by the sample limit may end inside a character: read whole characters only.
-        while (cursor < end) {
-            size_t n = characterLength(structure, cursor, 0, static_cast<size_t>(end - cursor));
+        while (i < end) {
+            size_t n = characterLength(structure, bytes, i, length);
             if (n == 0) {
-                if (token.length < kDetectionSampleLimit && end - cursor >= 4) reading.valid = false;
-                break;
+                reading.valid = false;
+                return;
             }
-            const char* source = reinterpret_cast<const char*>(cursor);
+            const char* source = reinterpret_cast<const char*>(bytes + i);
             UErrorCode status = U_ZERO_ERROR;
             ucnv_reset(converter);
-            UChar32 c = ucnv_getNextUChar(converter, &source, reinterpret_cast<const char*>(cursor + n), &status);
+            UChar32 c = ucnv_getNextUChar(converter, &source, reinterpret_cast<const char*>(bytes + i + n), &status);
             if (U_FAILURE(status)) {
                 reading.valid = false;
                 return;
             }
-            reading.cost += cjkCharacterCost(model, c, n == 1 && *cursor < 0x80 ? Tier::Common : tierOf(structure, cursor, n),
-                                             model.language);
+            const Tier tier = bytes[i] < 0x80 ? Tier::Common : tierOf(structure, bytes + i, n);
+            reading.cost += cjkCharacterCost(model, c, tier, model.language);
             const bool latin = c < 0x80 && (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
             const bool wide = c >= 0x80;
             if ((latin && previousWide) || (wide && previousLatin)) reading.cost += kLatinSwitchInCJKCost;
             previousLatin = latin;
             previousWide = wide;
             hashInto(reading.textHash, static_cast<char16_t>(c));
-            cursor += n;
+            i += n;
         }
+        consumed = i;
     }
 }
 
@@ -574,6 +580,13 @@ double hintBonus(TextEncoding encoding, const std::vector<TextEncoding>& hints, 
         if (family != Family::None && familyOf(hint) == family) best = bonus * kSameFamilyShare;
     }
     return best;
+}
+
+// True when some hint names a charset of a language (not ASCII, UTF-8 or another Unicode form).
+bool namesAFamily(const EncodingHints& hints) {
+    auto named = [](TextEncoding encoding) { return !isUnusableEncoding(encoding) && familyOf(encoding) != Family::None; };
+    return named(hints.declared) || std::any_of(hints.message.begin(), hints.message.end(), named) ||
+           std::any_of(hints.host.begin(), hints.host.end(), named);
 }
 
 double hintsBonus(TextEncoding encoding, const EncodingHints& hints) {
@@ -604,12 +617,15 @@ bool decodes(const uint8_t* bytes, size_t length, TextEncoding encoding) {
     return stringFromBytes(bytes, length, encoding).has_value();
 }
 
+// The form a byte-order mark announces. UTF-16 and UTF-32 without a stated byte order read the mark, take
+// the order from it and drop it, so the text does not begin with U+FEFF (the UTF-8 reading drops it too).
 std::optional<TextEncoding> byteOrderMark(const uint8_t* b, size_t n) {
     if (n >= 3 && b[0] == 0xEF && b[1] == 0xBB && b[2] == 0xBF) return kUTF8StringEncoding;
-    if (n >= 4 && b[0] == 0xFF && b[1] == 0xFE && b[2] == 0 && b[3] == 0) return kUTF32LittleEndianStringEncoding;
-    if (n >= 4 && b[0] == 0 && b[1] == 0 && b[2] == 0xFE && b[3] == 0xFF) return kUTF32BigEndianStringEncoding;
-    if (n >= 2 && b[0] == 0xFF && b[1] == 0xFE) return kUTF16LittleEndianStringEncoding;
-    if (n >= 2 && b[0] == 0xFE && b[1] == 0xFF) return kUTF16BigEndianStringEncoding;
+    if (n >= 4 && ((b[0] == 0xFF && b[1] == 0xFE && b[2] == 0 && b[3] == 0) ||
+                   (b[0] == 0 && b[1] == 0 && b[2] == 0xFE && b[3] == 0xFF))) {
+        return kUTF32StringEncoding;
+    }
+    if (n >= 2 && ((b[0] == 0xFF && b[1] == 0xFE) || (b[0] == 0xFE && b[1] == 0xFF))) return kUTF16StringEncoding;
     return std::nullopt;
 }
 
@@ -675,7 +691,7 @@ EncodingDetection statistics(const uint8_t* bytes, size_t length, const Encoding
             scoreSingleByte(candidate, bytes, tokens, reading);
         } else {
             if (!structurallyValid(candidate.spec->structure, bytes, length)) continue;
-            scoreMultiByte(candidate, bytes, tokens, reading);
+            scoreMultiByte(candidate, bytes, length, tokens, reading);
             if (!reading.valid) continue;
         }
         reading.cost += candidate.spec->prior;
@@ -696,6 +712,17 @@ EncodingDetection statistics(const uint8_t* bytes, size_t length, const Encoding
                      [](const EncodingCandidate& a, const EncodingCandidate& b) { return a.score > b.score; });
     std::stable_sort(ranked.begin(), ranked.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
     detection.encoding = detection.candidates.front().encoding;
+    size_t sampleBytes = 0;
+    for (const Token& token : tokens) sampleBytes += token.length;
+    // One 8-bit byte standing alone is no evidence for any alphabet ("И", "é" and "י" are all words):
+    // without a hint it is read as the fallback reads it.
+    const bool loneByte = sampleBytes == 1 && !namesAFamily(hints);
+    if (loneByte || ranked.front().second->cost > kImplausibleCostPerByte * static_cast<double>(sampleBytes)) {
+        detection.encoding = kWindowsCP1252StringEncoding;
+        detection.stage = DetectionStage::Fallback;
+        detection.confidence = 0;
+        return detection;
+    }
     const double best = ranked.front().first;
     const uint64_t bestText = ranked.front().second->textHash;
     double others = 0;

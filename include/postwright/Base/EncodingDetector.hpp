@@ -39,7 +39,7 @@ inline constexpr size_t kDetectionSampleLimit = 4096;
 
 // What the message and the host say about the charset, weighed with the bytes, never over them.
 struct EncodingHints {
-    // The part's own declared charset (D45: detection follows when decoding with it failed). 0: none.
+    // The part's own declared charset, when decoding with it failed and detection follows. 0: none.
     TextEncoding declared = kNoEncoding;
     // Charsets the message names elsewhere: its other text parts, the encoded words of its header block.
     std::vector<TextEncoding> message;

@@ -21,7 +21,9 @@ struct LegacyCharset {
     Structure structure;
     Family family;
     const char* languages;  // the statistics models that score it, separated by spaces
-    double prior;           // nats added to its cost: rarer charsets lose ties and near-ties
+    // Nats added to its cost: rarer charsets lose ties and near-ties. Hebrew and Arabic letters make
+    // plausible one- and two-letter words of almost any 8-bit byte, so a lone byte goes to the others.
+    double prior;
 };
 
 // Candidates in order of preference: where two read the same text, the first is answered.
