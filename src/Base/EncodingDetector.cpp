@@ -57,6 +57,10 @@ constexpr double kSameFamilyShare = 0.5;
 // Above this cost per byte of the sample no reading is text (binary data, a lone symbol): Windows-1252,
 // the reading of last resort, is answered. Text in any candidate costs 2-5 nats a byte.
 constexpr double kImplausibleCostPerByte = 6;
+// Every kPruningInterval bytes of the sample, readings more than kPruningMargin nats behind the best (its
+// hints counted) are dropped, and so are the languages of a reading that far behind its best language.
+constexpr size_t kPruningInterval = 128;
+constexpr double kPruningMargin = 30;
 
 // ---- Characters ---------------------------------------------------------------------------------------
 
@@ -207,12 +211,20 @@ const Models& models() {
 
 // ---- Candidates -----------------------------------------------------------------------------------------
 
+// A set of the bytes 0x80-0xFF.
+struct HighBytes {
+    uint64_t bits[2] = {0, 0};
+    void add(uint8_t b) { bits[(b - 0x80u) >> 6] |= uint64_t(1) << ((b - 0x80u) & 63); }
+    bool has(uint8_t b) const { return bits[(b - 0x80u) >> 6] & (uint64_t(1) << ((b - 0x80u) & 63)); }
+    bool meets(const HighBytes& other) const { return (bits[0] & other.bits[0]) | (bits[1] & other.bits[1]); }
+};
+
 // A legacy candidate with what detection needs of it, resolved once.
 struct Candidate {
     const LegacyCharset* spec;  // the table entry
     TextEncoding encoding;
     std::array<char16_t, 128> upper{};  // single-byte: the character of bytes 0x80-0xFF (0xFFFF: unusable)
-    std::array<bool, 256> forbidden{};  // single-byte: bytes undefined or mapped to C1 controls
+    HighBytes forbidden;                // single-byte: bytes undefined or mapped to C1 controls
     std::vector<int> alphabeticModels;
     int frequencyModel = -1;
 };
@@ -238,7 +250,7 @@ std::vector<Candidate> buildCandidates() {
                 char16_t c = text && text->size() == 1 ? (*text)[0] : char16_t(0xFFFF);
                 bool control = c >= 0x80 && c < 0xA0;
                 candidate.upper[static_cast<size_t>(b - 0x80)] = control ? char16_t(0xFFFF) : c;
-                candidate.forbidden[static_cast<size_t>(b)] = control || c == 0xFFFF || (c >= 0xE000 && c <= 0xF8FF);
+                if (control || c == 0xFFFF || (c >= 0xE000 && c <= 0xF8FF)) candidate.forbidden.add(static_cast<uint8_t>(b));
             }
         }
         candidates.push_back(std::move(candidate));
@@ -254,6 +266,20 @@ const std::vector<Candidate>& candidates() {
 // ---- Structural checks ------------------------------------------------------------------------------------
 
 bool inRange(uint8_t b, uint8_t low, uint8_t high) { return b >= low && b <= high; }
+
+// The position of the first 8-bit byte at or after `from`, or `length`. Mail is mostly ASCII: the runs
+// are skipped 16 bytes at a time.
+size_t nextHighByte(const uint8_t* bytes, size_t from, size_t length) {
+    size_t i = from;
+#if defined(__SSE2__)
+    for (; i + 16 <= length; i += 16) {
+        int mask = _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i)));
+        if (mask) return i + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)));
+    }
+#endif
+    while (i < length && bytes[i] < 0x80) ++i;
+    return i;
+}
 
 // The length of the character at bytes[i] in a multi-byte structure, 0 when the bytes cannot start one
 // there. Only the byte ranges are checked; which codes are assigned is the converter's business.
@@ -294,7 +320,7 @@ bool structurallyValid(Structure structure, const uint8_t* bytes, size_t length)
     size_t i = 0;
     while (i < length) {
         if (bytes[i] < 0x80) {
-            ++i;
+            i = nextHighByte(bytes, i, length);
             continue;
         }
         size_t n = characterLength(structure, bytes, i, length);
@@ -369,16 +395,18 @@ struct Token {
 std::vector<Token> sampleTokens(const uint8_t* bytes, size_t length) {
     std::vector<Token> tokens;
     size_t taken = 0;
-    size_t i = 0;
-    while (i < length && taken < kDetectionSampleLimit) {
-        while (i < length && !isWordByte(bytes[i])) ++i;
-        size_t start = i;
-        bool high = false;
-        while (i < length && isWordByte(bytes[i])) high |= bytes[i++] >= 0x80;
-        if (!high) continue;
-        size_t n = std::min(i - start, kDetectionSampleLimit - taken);
+    size_t wordEnd = 0;  // where the last word taken ends
+    size_t high = nextHighByte(bytes, 0, length);
+    while (high < length && taken < kDetectionSampleLimit) {
+        size_t start = high;
+        while (start > wordEnd && isWordByte(bytes[start - 1])) --start;
+        size_t end = high;
+        while (end < length && isWordByte(bytes[end])) ++end;
+        size_t n = std::min(end - start, kDetectionSampleLimit - taken);
         tokens.push_back({start, n});
         taken += n;
+        wordEnd = end;
+        high = nextHighByte(bytes, end, length);
     }
     return tokens;
 }
@@ -390,29 +418,30 @@ struct Reading {
     double cost = 0;
     int anomalies = 0;
     uint64_t textHash = 1469598103934665603ull;  // FNV-1a of the sample as read
-    bool valid = true;
 };
 
 // Scores the characters of one token under the alphabetic models and the language-independent rules.
 class AlphabeticScorer {
 public:
-    explicit AlphabeticScorer(const Candidate& candidate) : candidate_(candidate), totals_(candidate.alphabeticModels.size(), 0) {}
+    explicit AlphabeticScorer(const Candidate& candidate)
+        : candidate_(candidate), totals_(candidate.alphabeticModels.size(), 0), active_(totals_.size(), true) {}
 
     void token(const std::u16string& text, Reading& reading) {
         const Models& built = models();
-        int penalties = 0;
+        int caseChanges = 0, scriptChanges = 0;
         CharInfo previous;
         for (char16_t c : text) {
             const CharInfo& info = built.chars[c];
             if ((info.flags & kLetter) && (previous.flags & kLetter)) {
-                if ((info.flags & kUpper) && (previous.flags & kLower)) ++penalties;
-                if (info.script != previous.script && info.script != CharScript::None) ++penalties;
+                caseChanges += (info.flags & kUpper) && (previous.flags & kLower);
+                scriptChanges += info.script != previous.script && info.script != CharScript::None;
             }
             if (!(info.flags & kMark)) previous = info;
         }
-        reading.anomalies += penalties;
-        reading.cost += penalties * (kCaseChangeCost + kScriptChangeCost) / 2;
+        reading.anomalies += caseChanges + scriptChanges;
+        reading.cost += caseChanges * kCaseChangeCost + scriptChanges * kScriptChangeCost;
         for (size_t m = 0; m < candidate_.alphabeticModels.size(); ++m) {
+            if (!active_[m]) continue;
             const Models::Alphabetic& model = built.alphabetic[static_cast<size_t>(candidate_.alphabeticModels[m])];
             unsigned cost = 0;
             size_t symbol = detail::kBoundarySymbol;
@@ -433,8 +462,19 @@ public:
 
     // The cost of the sample in the language that reads it best.
     double best() const {
-        if (totals_.empty()) return 0;
-        return *std::min_element(totals_.begin(), totals_.end()) * 0.25;
+        unsigned lowest = ~0u;
+        for (size_t m = 0; m < totals_.size(); ++m) {
+            if (active_[m]) lowest = std::min(lowest, totals_[m]);
+        }
+        return lowest == ~0u ? 0 : lowest * 0.25;
+    }
+
+    // Stops reading in the languages that are more than `margin` nats behind the best one: costs only grow.
+    void prune(double margin) {
+        const double best = this->best();
+        for (size_t m = 0; m < totals_.size(); ++m) {
+            if (active_[m] && totals_[m] * 0.25 > best + margin) active_[m] = false;
+        }
     }
 
 private:
@@ -450,27 +490,23 @@ private:
 
     const Candidate& candidate_;
     std::vector<unsigned> totals_;
+    std::vector<bool> active_;
 };
 
 void hashInto(uint64_t& hash, char16_t c) {
     hash = (hash ^ c) * 1099511628211ull;
 }
 
-void scoreSingleByte(const Candidate& candidate, const uint8_t* bytes, const std::vector<Token>& tokens,
-                     Reading& reading) {
-    AlphabeticScorer scorer(candidate);
-    std::u16string text;
-    for (const Token& token : tokens) {
-        text.clear();
-        for (size_t i = token.start; i < token.start + token.length; ++i) {
-            uint8_t b = bytes[i];
-            char16_t c = b < 0x80 ? char16_t(b) : candidate.upper[b - 0x80u];
-            text.push_back(c);
-            hashInto(reading.textHash, c);
-        }
-        scorer.token(text, reading);
+void scoreSingleByteToken(const Candidate& candidate, const uint8_t* bytes, const Token& token,
+                          AlphabeticScorer& scorer, std::u16string& text, Reading& reading) {
+    text.clear();
+    for (size_t i = token.start; i < token.start + token.length; ++i) {
+        uint8_t b = bytes[i];
+        char16_t c = b < 0x80 ? char16_t(b) : candidate.upper[b - 0x80u];
+        text.push_back(c);
+        hashInto(reading.textHash, c);
     }
-    reading.cost += scorer.best();
+    scorer.token(text, reading);
 }
 
 double cjkCharacterCost(const Models::Frequencies& model, UChar32 c, Tier tier, std::string_view language) {
@@ -510,57 +546,45 @@ UConverter* characterConverter(TextEncoding encoding) {
         ucnv_reset(found->second.get());
         return found->second.get();
     }
-    std::optional<std::u16string> name = charSetNameForEncoding(encoding);
+    const char* name = detail::converterName(encoding);
     if (!name) return nullptr;
     UErrorCode status = U_ZERO_ERROR;
-    UConverter* converter = ucnv_open(detail::converterName(encoding), &status);
+    UConverter* converter = ucnv_open(name, &status);
     if (U_FAILURE(status) || !converter) return nullptr;
     ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
     cache.emplace(encoding, std::unique_ptr<UConverter, decltype(&ucnv_close)>(converter, ucnv_close));
     return converter;
 }
 
-void scoreMultiByte(const Candidate& candidate, const uint8_t* bytes, size_t length, const std::vector<Token>& tokens,
-                    Reading& reading) {
-    const Models& built = models();
-    UConverter* converter = characterConverter(candidate.encoding);
-    if (!converter || candidate.frequencyModel < 0) {
-        reading.valid = false;
-        return;
-    }
-    const Models::Frequencies& model = built.frequencies[static_cast<size_t>(candidate.frequencyModel)];
+// Reads one word in a multi-byte candidate; `consumed` carries a character completed past the previous
+// word's end. Returns false when the bytes are not valid in the candidate.
+bool scoreMultiByteToken(const Candidate& candidate, UConverter* converter, const uint8_t* bytes, size_t length,
+                         const Token& token, size_t& consumed, Reading& reading) {
+    const Models::Frequencies& model = models().frequencies[static_cast<size_t>(candidate.frequencyModel)];
     const Structure structure = candidate.spec->structure;
-    size_t consumed = 0;  // characters completed past a word's end are not read again
-    for (const Token& token : tokens) {
-        size_t i = std::max(token.start, consumed);
-        const size_t end = token.start + token.length;
-        bool previousLatin = false, previousWide = false;
-        while (i < end) {
-            size_t n = characterLength(structure, bytes, i, length);
-            if (n == 0) {
-                reading.valid = false;
-                return;
-            }
-            const char* source = reinterpret_cast<const char*>(bytes + i);
-            UErrorCode status = U_ZERO_ERROR;
-            ucnv_reset(converter);
-            UChar32 c = ucnv_getNextUChar(converter, &source, reinterpret_cast<const char*>(bytes + i + n), &status);
-            if (U_FAILURE(status)) {
-                reading.valid = false;
-                return;
-            }
-            const Tier tier = bytes[i] < 0x80 ? Tier::Common : tierOf(structure, bytes + i, n);
-            reading.cost += cjkCharacterCost(model, c, tier, model.language);
-            const bool latin = c < 0x80 && (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
-            const bool wide = c >= 0x80;
-            if ((latin && previousWide) || (wide && previousLatin)) reading.cost += kLatinSwitchInCJKCost;
-            previousLatin = latin;
-            previousWide = wide;
-            hashInto(reading.textHash, static_cast<char16_t>(c));
-            i += n;
-        }
-        consumed = i;
+    size_t i = std::max(token.start, consumed);
+    const size_t end = token.start + token.length;
+    bool previousLatin = false, previousWide = false;
+    while (i < end) {
+        size_t n = characterLength(structure, bytes, i, length);
+        if (n == 0) return false;
+        const char* source = reinterpret_cast<const char*>(bytes + i);
+        UErrorCode status = U_ZERO_ERROR;
+        ucnv_reset(converter);
+        UChar32 c = ucnv_getNextUChar(converter, &source, reinterpret_cast<const char*>(bytes + i + n), &status);
+        if (U_FAILURE(status)) return false;
+        const Tier tier = bytes[i] < 0x80 ? Tier::Common : tierOf(structure, bytes + i, n);
+        reading.cost += cjkCharacterCost(model, c, tier, model.language);
+        const bool latin = c < 0x80 && (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
+        const bool wide = c >= 0x80;
+        if ((latin && previousWide) || (wide && previousLatin)) reading.cost += kLatinSwitchInCJKCost;
+        previousLatin = latin;
+        previousWide = wide;
+        hashInto(reading.textHash, static_cast<char16_t>(c));
+        i += n;
     }
+    consumed = i;
+    return true;
 }
 
 // ---- Hints ----------------------------------------------------------------------------------------------
@@ -676,25 +700,94 @@ EncodingDetection decided(TextEncoding encoding, DetectionStage stage) {
     return detection;
 }
 
+// True when two single-byte candidates read every byte of `present` as the same character.
+bool readsAlike(const Candidate& a, const Candidate& b, const HighBytes& present) {
+    for (unsigned byte = 0x80; byte < 0x100; ++byte) {
+        if (present.has(static_cast<uint8_t>(byte)) && a.upper[byte - 0x80] != b.upper[byte - 0x80]) return false;
+    }
+    return true;
+}
+
+// A candidate that passed the filters, read word by word.
+struct Contender {
+    Reading reading;
+    std::unique_ptr<AlphabeticScorer> alphabetic;  // single-byte candidates
+    UConverter* converter = nullptr;               // multi-byte candidates
+    size_t consumed = 0;
+    int twinOf = -1;       // the contender that reads the same text, scored for both
+    double bestBonus = 0;  // the most its hints can add
+    bool alive = true;
+
+    double cost() const { return reading.cost + (alphabetic ? alphabetic->best() : 0); }
+};
+
 EncodingDetection statistics(const uint8_t* bytes, size_t length, const EncodingHints& hints) {
-    std::array<bool, 256> present{};
-    for (size_t i = 0; i < length; ++i) present[bytes[i]] = true;
+    HighBytes present;
+    for (size_t i = nextHighByte(bytes, 0, length); i < length; i = nextHighByte(bytes, i + 1, length)) {
+        present.add(bytes[i]);
+    }
     const std::vector<Token> tokens = sampleTokens(bytes, length);
 
-    std::vector<Reading> readings;
+    std::vector<Contender> contenders;
     for (const Candidate& candidate : candidates()) {
-        Reading reading{&candidate};
+        Contender contender{Reading{&candidate}};
         if (candidate.spec->structure == Structure::SingleByte) {
-            bool allowed = true;
-            for (int b = 0x80; b < 0x100 && allowed; ++b) allowed = !(present[static_cast<size_t>(b)] && candidate.forbidden[static_cast<size_t>(b)]);
-            if (!allowed) continue;
-            scoreSingleByte(candidate, bytes, tokens, reading);
+            if (present.meets(candidate.forbidden)) continue;
+            // A charset that reads every byte present as an earlier one does, for the same languages,
+            // reads the same text at the same cost: it is scored once (iso-8859-1, windows-1252 and
+            // iso-8859-15 on most Western text).
+            for (size_t earlier = 0; earlier < contenders.size(); ++earlier) {
+                const Candidate& other = *contenders[earlier].reading.candidate;
+                if (contenders[earlier].alphabetic && other.alphabeticModels == candidate.alphabeticModels &&
+                    readsAlike(candidate, other, present)) {
+                    contender.twinOf = static_cast<int>(earlier);
+                    break;
+                }
+            }
+            if (contender.twinOf < 0) contender.alphabetic = std::make_unique<AlphabeticScorer>(candidate);
         } else {
-            if (!structurallyValid(candidate.spec->structure, bytes, length)) continue;
-            scoreMultiByte(candidate, bytes, length, tokens, reading);
-            if (!reading.valid) continue;
+            if (candidate.frequencyModel < 0 || !structurallyValid(candidate.spec->structure, bytes, length)) continue;
+            contender.converter = characterConverter(candidate.encoding);
+            if (!contender.converter) continue;
         }
-        reading.cost += candidate.spec->prior;
+        contender.reading.cost = candidate.spec->prior;
+        if (!hints.empty()) contender.bestBonus = hintsBonus(candidate.encoding, hints);
+        contenders.push_back(std::move(contender));
+    }
+    // Word by word; now and then the readings too far behind to catch up are dropped.
+    std::u16string text;
+    size_t read = 0, nextPruning = kPruningInterval;
+    for (const Token& token : tokens) {
+        for (Contender& contender : contenders) {
+            if (!contender.alive || contender.twinOf >= 0) continue;
+            const Candidate& candidate = *contender.reading.candidate;
+            if (contender.alphabetic) {
+                scoreSingleByteToken(candidate, bytes, token, *contender.alphabetic, text, contender.reading);
+            } else if (!scoreMultiByteToken(candidate, contender.converter, bytes, length, token, contender.consumed,
+                                            contender.reading)) {
+                contender.alive = false;
+            }
+        }
+        read += token.length;
+        if (read < nextPruning) continue;
+        nextPruning = read + kPruningInterval;
+        double best = 1e300;
+        for (const Contender& contender : contenders) {
+            if (contender.alive && contender.twinOf < 0) best = std::min(best, contender.cost() - contender.bestBonus);
+        }
+        for (Contender& contender : contenders) {
+            if (!contender.alive || contender.twinOf >= 0) continue;
+            if (contender.cost() > best + kPruningMargin) contender.alive = false;
+            if (contender.alphabetic) contender.alphabetic->prune(kPruningMargin);
+        }
+    }
+    std::vector<Reading> readings;
+    for (const Contender& contender : contenders) {
+        const Contender& scored = contender.twinOf >= 0 ? contenders[static_cast<size_t>(contender.twinOf)] : contender;
+        if (!scored.alive) continue;
+        Reading reading = scored.reading;
+        reading.candidate = contender.reading.candidate;
+        reading.cost = scored.cost() - scored.reading.candidate->spec->prior + contender.reading.candidate->spec->prior;
         readings.push_back(reading);
     }
     if (readings.empty()) return decided(kWindowsCP1252StringEncoding, DetectionStage::Fallback);

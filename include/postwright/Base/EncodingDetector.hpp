@@ -35,7 +35,7 @@ namespace postwright {
 
 // At most this many bytes of 8-bit words are scored; longer text is judged by its first ones (every
 // candidate must still be valid for all the bytes).
-inline constexpr size_t kDetectionSampleLimit = 4096;
+inline constexpr size_t kDetectionSampleLimit = 1024;
 
 // What the message and the host say about the charset, weighed with the bytes, never over them.
 struct EncodingHints {

@@ -6,7 +6,7 @@ namespace postwright::detail {
 
 const std::vector<LegacyCharset>& legacyCharsets() {
     static const std::vector<LegacyCharset> kCharsets = {
-        {"iso-8859-1", Structure::SingleByte, Family::Western, "en de fr es it pt nl sv da nb is ca", 0},
+        {"iso-8859-1", Structure::SingleByte, Family::Western, "en de fr es it pt nl sv da nb is ca et", 0},
         {"windows-1252", Structure::SingleByte, Family::Western, "en de fr es it pt nl sv da nb is ca et", 0},
         {"iso-8859-15", Structure::SingleByte, Family::Western, "en de fr es it pt nl sv da nb is ca et", 0.2},
         {"iso-8859-2", Structure::SingleByte, Family::Central, "pl cs sk hu sl hr ro", 0},
