@@ -107,6 +107,10 @@ TEST(CharsetDetectionAccuracy, TheLabelledSetReadsRightAboveTheFloor) {
     for (const auto& [length, tally] : byLength) {
         table += "\n  " + length + ": " + std::to_string(tally.right) + "/" + std::to_string(tally.total);
     }
+    // The figures, for --gtest_output=xml.
+    RecordProperty("overall", std::to_string(overall.right) + "/" + std::to_string(overall.total));
+    RecordProperty("words", std::to_string(byLength["word"].right) + "/" + std::to_string(byLength["word"].total));
+    RecordProperty("hinted", std::to_string(hinted.right) + "/" + std::to_string(hinted.total));
     EXPECT_GE(overall.share(), 0.95) << overall.right << "/" << overall.total << table << "\nread wrong:" << wrong;
     EXPECT_GE(byLength["word"].share(), 0.90) << table << "\nread wrong:" << wrong;
     EXPECT_GE(hinted.share(), 0.95) << hinted.right << "/" << hinted.total;
