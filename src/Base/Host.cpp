@@ -110,6 +110,16 @@ void Application::setBundleIdentifier(std::string identifier) {
     bundleIdentifier_ = std::move(identifier);
 }
 
+std::vector<TextEncoding> Application::preferredEncodings() const {
+    std::lock_guard lock(mutex_);
+    return preferredEncodings_;
+}
+
+void Application::setPreferredEncodings(std::vector<TextEncoding> encodings) {
+    std::lock_guard lock(mutex_);
+    preferredEncodings_ = std::move(encodings);
+}
+
 void logForCategory(std::string_view category, std::u16string_view message) {
     Application::shared().logger()->logForCategory(category, message);
 }

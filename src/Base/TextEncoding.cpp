@@ -1,7 +1,6 @@
 #include "postwright/Base/TextEncoding.hpp"
 
 #include <unicode/ucnv.h>
-#include <unicode/ucsdet.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 
@@ -11,8 +10,11 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "Base/detail/LegacyCharsets.hpp"
 #include "Base/detail/SingleByteTables.hpp"
+#include "postwright/Base/EncodingDetector.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Base/Host.hpp"
 #include "postwright/Base/Text.hpp"
 
 namespace postwright {
@@ -426,84 +428,47 @@ TextEncoding smallestEncoding(std::u16string_view text) {
 
 TextEncoding fastestEncoding(std::u16string_view) { return kUTF16StringEncoding; }
 
-namespace {
-// Encodings ICU's detector proposes for the bytes, most confident first, limited to those we number.
-std::vector<TextEncoding> detectedEncodings(const Data& data) {
-    std::vector<TextEncoding> found;
-    if (data.length() > static_cast<size_t>(INT32_MAX)) return found;
-    UErrorCode status = U_ZERO_ERROR;
-    // Opening a detector sets up every recogniser; each thread keeps one and gives it new text.
-    thread_local std::unique_ptr<UCharsetDetector, decltype(&ucsdet_close)> detector(ucsdet_open(&status),
-                                                                                      ucsdet_close);
-    if (!detector) return found;
-    ucsdet_setText(detector.get(), reinterpret_cast<const char*>(data.bytes()), static_cast<int32_t>(data.length()),
-                   &status);
-    int32_t count = 0;
-    const UCharsetMatch** matches = ucsdet_detectAll(detector.get(), &count, &status);
-    if (U_FAILURE(status)) return found;
-    for (int32_t i = 0; i < count; ++i) {
-        const char* name = ucsdet_getName(matches[i], &status);
-        if (U_FAILURE(status) || !name) continue;
-        TextEncoding encoding = encodingForCharSetName(fromLatin1(name));
-        if (!isUnusableEncoding(encoding) &&
-            std::find(found.begin(), found.end(), encoding) == found.end()) {
-            found.push_back(encoding);
-        }
-    }
-    return found;
+namespace detail {
+const char* converterName(TextEncoding encoding) {
+    const EncodingEntry* entry = entryForEncoding(encoding);
+    return entry ? entry->icuName : nullptr;
 }
-}  // namespace
+}  // namespace detail
 
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding* encodingUsed) {
     return newByDecodingData(data, kNoEncoding, encodingUsed);
 }
 
-Data charsetDetectionSample(const Data& data, size_t limit) {
-    std::string sample;
-    size_t lineStart = 0;
-    while (lineStart < data.length() && sample.size() < limit) {
-        size_t lineEnd = data.findByte('\n', lineStart);
-        if (lineEnd == Data::npos) lineEnd = data.length();
-        std::string_view line = data.view().substr(lineStart, lineEnd - lineStart);
-        if (std::any_of(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
-            sample.append(line.substr(0, limit - sample.size()));
-            sample.push_back('\n');
+std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
+                                                TextEncoding* encodingUsed) {
+    if (!isUnusableEncoding(preferredEncoding)) {
+        if (std::optional<std::u16string> text = stringFromData(data, preferredEncoding)) {
+            setSlot(encodingUsed, preferredEncoding);
+            return text;
         }
-        lineStart = lineEnd + 1;
     }
-    return Data::adopting(std::move(sample));
+    EncodingHints hints;
+    hints.declared = preferredEncoding;
+    return newByDecodingData(data, hints, encodingUsed);
 }
 
-namespace {
-// The decoding order; the detection sample is only made when the detector is needed.
-template <typename MakeSample>
-std::optional<std::u16string> decodeTryingInOrder(const Data& data, TextEncoding preferredEncoding,
-                                                  TextEncoding* encodingUsed, MakeSample makeSample) {
+std::optional<std::u16string> newByDecodingData(const Data& data, const EncodingHints& hints,
+                                                TextEncoding* encodingUsed) {
+    EncodingHints withHost = hints;
+    for (TextEncoding encoding : Application::shared().preferredEncodings()) withHost.host.push_back(encoding);
+    EncodingDetection detection = detectEncoding(data, withHost);
     auto attempt = [&](TextEncoding encoding) -> std::optional<std::u16string> {
         std::optional<std::u16string> text = stringFromData(data, encoding);
         if (text) setSlot(encodingUsed, encoding);
         return text;
     };
-    if (!isUnusableEncoding(preferredEncoding)) {
-        if (auto text = attempt(preferredEncoding)) return text;
-    }
-    if (auto text = attempt(kASCIIStringEncoding)) return text;
-    if (auto text = attempt(kUTF8StringEncoding)) return text;
-    for (TextEncoding encoding : detectedEncodings(makeSample())) {
-        if (auto text = attempt(encoding)) return text;
+    if (auto text = attempt(detection.encoding)) return text;
+    // The statistics read a sample: a candidate may still fail on bytes beyond it. The next ones follow.
+    for (const EncodingCandidate& candidate : detection.candidates) {
+        if (candidate.encoding == detection.encoding) continue;
+        if (auto text = attempt(candidate.encoding)) return text;
     }
     return attempt(kWindowsCP1252StringEncoding);
-}
-}  // namespace
-
-std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
-                                                TextEncoding* encodingUsed) {
-    return decodeTryingInOrder(data, preferredEncoding, encodingUsed, [&] { return charsetDetectionSample(data); });
-}
-
-std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
-                                                TextEncoding* encodingUsed, const Data& detectionSample) {
-    return decodeTryingInOrder(data, preferredEncoding, encodingUsed, [&] { return detectionSample; });
 }
 
 }  // namespace postwright

@@ -2,6 +2,7 @@
 
 #include "postwright/Base/Base64.hpp"
 #include "postwright/Base/Digest.hpp"
+#include "postwright/Base/EncodingDetector.hpp"
 #include "postwright/Headers/HeaderError.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Lexical/CharacterSetRFC2822.hpp"
@@ -86,13 +87,19 @@ private:
     std::vector<HeaderEntryDictionary::EntryList> lists_;
 };
 
-// Header bytes to text: ASCII, UTF-8, the charset the detector reads in the 8-bit lines, Windows-1252.
+// Header bytes to text through the charset detector (ASCII, the ISO-2022 escape forms, UTF-8, the legacy
+// charsets weighed with the charsets of the block's own encoded words, Windows-1252). Plain ASCII, nearly
+// every block, is read without asking it.
 std::optional<std::u16string> decodeHeaderBlock(const Data& block, TextEncoding* used) {
-    if (std::optional<std::u16string> ascii = stringFromData(block, kASCIIStringEncoding)) {
-        *used = kASCIIStringEncoding;
-        return ascii;
+    if (block.findByte(0x1B) == Data::npos) {
+        if (std::optional<std::u16string> ascii = stringFromData(block, kASCIIStringEncoding)) {
+            *used = kASCIIStringEncoding;
+            return ascii;
+        }
     }
-    return newByDecodingData(block, kNoEncoding, used);
+    EncodingHints hints;
+    hints.message = encodedWordEncodings(block.view());
+    return newByDecodingData(block, hints, used);
 }
 
 }  // namespace

@@ -107,6 +107,28 @@ TextEncoding PWencodingForCharSetName(std::u16string_view name) {
     return encodingForCharSetName(name);
 }
 
+std::vector<TextEncoding> encodedWordEncodings(std::string_view headerBytes) {
+    constexpr size_t kLongestCharsetName = 40;
+    std::vector<TextEncoding> found;
+    size_t at = 0;
+    while ((at = headerBytes.find("=?", at)) != std::string_view::npos) {
+        at += 2;
+        size_t question = headerBytes.find('?', at);
+        if (question == std::string_view::npos) break;
+        if (question - at > kLongestCharsetName || question + 2 >= headerBytes.size()) continue;
+        const char letter = static_cast<char>(headerBytes[question + 1] | 0x20);
+        if ((letter != 'q' && letter != 'b') || headerBytes[question + 2] != '?') continue;
+        std::string_view name = headerBytes.substr(at, question - at);
+        name = name.substr(0, name.find('*'));
+        TextEncoding encoding = PWencodingForCharSetName(fromLatin1(name));
+        if (!isUnusableEncoding(encoding) && std::find(found.begin(), found.end(), encoding) == found.end()) {
+            found.push_back(encoding);
+        }
+        at = question + 3;
+    }
+    return found;
+}
+
 // ---- One encoded word ---------------------------------------------------------------------------------
 
 bool Scanner::scanRFC2047EncodedWordIntoString(OptString* result, unsigned options, TextEncoding* encodingUsed,

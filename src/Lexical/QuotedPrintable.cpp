@@ -133,14 +133,16 @@ std::optional<ChainedData> decodedQuotedPrintableDispatchDataWithOptions(const D
 }
 
 OptString decodedQuotedPrintableStringWithEncoding(const Data& data, TextEncoding encoding, unsigned options,
-                                                   ErrorRef* error) {
+                                                   ErrorRef* error, const std::function<EncodingHints()>& hints) {
     std::optional<Data> bytes = decodedQuotedPrintableDataWithOptions(data, options, encoding, error);
     if (!bytes) return std::nullopt;
     OptString text = stringFromData(*bytes, encoding);
     if (text) return text;
     if (!bytes->empty()) {
         TextEncoding detected = kNoEncoding;
-        OptString detectedText = newByDecodingData(*bytes, encoding, &detected);
+        EncodingHints given = hints ? hints() : EncodingHints();
+        if (!isUnusableEncoding(encoding)) given.declared = encoding;
+        OptString detectedText = newByDecodingData(*bytes, given, &detected);
         if (detected != encoding) {
             logMessage(formatString(u"Data indicated encoding %@ but data was decoded using %@",
                                     {PWcharSetNameForEncoding(encoding), PWcharSetNameForEncoding(detected)}));

@@ -21,7 +21,7 @@ const PWMimeClass& PWMessageGlobalHeadersMimePart::mimeClass() {
 OptString PWMessageHeaderBlockMimePart::plainContent() const {
     Data body = transferDecodedData();
     if (body.empty()) return std::nullopt;
-    OptString text = decodeTextBody(body, stringEncoding());
+    OptString text = decodeTextBody(body, stringEncoding(), this);
     if (!text) return std::nullopt;
     return fgTrim(*text);
 }

@@ -533,6 +533,38 @@ PWMimePartRef PWMimePart::rootMimePart() const {
     return root;
 }
 
+EncodingHints PWMimePart::encodingHints() const {
+    EncodingHints hints;
+    if (OptString own = charset()) {
+        TextEncoding declared = PWencodingForCharSetName(*own);
+        if (!isUnusableEncoding(declared)) hints.declared = declared;
+    }
+    auto add = [&](TextEncoding encoding) {
+        if (isUnusableEncoding(encoding) || encoding == kASCIIStringEncoding || encoding == kUTF8StringEncoding) return;
+        if (std::find(hints.message.begin(), hints.message.end(), encoding) == hints.message.end()) {
+            hints.message.push_back(encoding);
+        }
+    };
+    PWMimePartRef root = std::const_pointer_cast<PWMimePart>(shared_from_this());
+    while (PWMimePartRef up = root->parent()) root = up;
+    for (TextEncoding encoding : encodedWordEncodings(root->headerData().view())) add(encoding);
+    if (root.get() != this) {
+        for (TextEncoding encoding : encodedWordEncodings(headerData().view())) add(encoding);
+    }
+    // The other parts' own charsets, in tree order; the stack keeps depth out of the call stack.
+    std::vector<PWMimePartRef> stack{root};
+    while (!stack.empty()) {
+        PWMimePartRef part = stack.back();
+        stack.pop_back();
+        if (part.get() != this) {
+            if (OptString named = part->contentType().text(u"charset")) add(PWencodingForCharSetName(*named));
+        }
+        std::vector<PWMimePartRef> children = part->subParts();
+        stack.insert(stack.end(), children.rbegin(), children.rend());
+    }
+    return hints;
+}
+
 PWMimePartRef PWMimePart::parent() const {
     std::lock_guard lock(mutex_);
     return parent_.lock();

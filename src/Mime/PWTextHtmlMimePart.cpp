@@ -42,20 +42,22 @@ OptString PWTextHtmlMimePart::htmlContent() const {
 
     if (transfer == kMimeTransferEncodingQuotedPrintable) {
         ErrorRef error;
-        if (OptString text = decodedQuotedPrintableStringWithEncoding(body, encoding, 0, &error)) return text;
+        if (OptString text = decodedQuotedPrintableStringWithEncoding(body, encoding, 0, &error,
+                                                                      [this] { return encodingHints(); })) {
+            return text;
+        }
         // A malformed escape: the body is shown as the text it is, not as markup.
         if (error && error->domain == kQuotedPrintableErrorDomain && error->code == kMalformedQuotedPrintableErrorCode) {
-            return stringByEscapingForHTMLContent(decodeTextBody(body, encoding).value_or(u""));
+            return stringByEscapingForHTMLContent(decodeTextBody(body, encoding, this).value_or(u""));
         }
         return u"";
     }
     if (transfer == kMimeTransferEncoding7Bit) {
-        return decodeTextBody(body, encoding == kNoEncoding ? kASCIIStringEncoding : encoding);
+        return decodeTextBody(body, encoding == kNoEncoding ? kASCIIStringEncoding : encoding, this);
     }
     if (transfer == kMimeTransferEncodingBase64) {
         Data bytes = base64DecodedData(body);
-        TextEncoding used = kNoEncoding;
-        if (OptString text = newByDecodingData(bytes, encoding, &used)) return text;
+        if (OptString text = decodeTextBody(bytes, encoding, this)) return text;
         return stringByEscapingForHTMLContent(stringFromData(bytes, encoding).value_or(u""));
     }
 
@@ -67,7 +69,7 @@ OptString PWTextHtmlMimePart::htmlContent() const {
         if (OptString text = stringFromData(body, named)) return text;
     }
     TextEncoding used = kNoEncoding;
-    OptString text = newByDecodingData(body, &used);
+    OptString text = newByDecodingData(body, encodingHints(), &used);
     logMessage(formatString(u"No transfer encoding provided and utf8 didn't work -- but %ld did", {static_cast<long>(used)}));
     return text;
 }

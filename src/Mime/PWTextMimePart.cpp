@@ -13,10 +13,12 @@ OptString trimmed(const OptString& text) {
 }
 }  // namespace
 
-OptString decodeTextBody(const Data& bytes, TextEncoding encoding) {
+OptString decodeTextBody(const Data& bytes, TextEncoding encoding, const PWMimePart* part) {
     if (OptString text = stringFromData(bytes, encoding)) return text;
+    EncodingHints hints = part ? part->encodingHints() : EncodingHints();
+    if (!isUnusableEncoding(encoding)) hints.declared = encoding;
     TextEncoding used = kNoEncoding;
-    return newByDecodingData(bytes, encoding, &used);
+    return newByDecodingData(bytes, hints, &used);
 }
 
 const PWMimeClass& PWTextMimePart::mimeClass() {
@@ -29,7 +31,7 @@ OptString PWTextMimePart::plainContent() const {
     Data body = contentData();
     if (body.empty()) return std::nullopt;
     const TextEncoding encoding = stringEncoding();
-    if (subtype() != u"plain") return trimmed(decodeTextBody(body, encoding));
+    if (subtype() != u"plain") return trimmed(decodeTextBody(body, encoding, this));
 
     OptString transferEncoding = contentTransferEncoding();
     if (!transferEncoding) {
@@ -41,22 +43,17 @@ OptString PWTextMimePart::plainContent() const {
             }
         }
         TextEncoding used = kNoEncoding;
-        if (OptString text = newByDecodingData(body, &used)) return fgTrim(*text);
-        return trimmed(decodeTextBody(body, encoding));
+        if (OptString text = newByDecodingData(body, encodingHints(), &used)) return fgTrim(*text);
+        return trimmed(decodeTextBody(body, encoding, this));
     }
     std::u16string lower = lowercase(*transferEncoding);
     if (lower == kMimeTransferEncodingQuotedPrintable) {
         // Untrimmed on purpose: the blank lines a sender put at either end are part of the text.
-        return decodedQuotedPrintableStringWithEncoding(body, encoding, 0, nullptr);
+        return decodedQuotedPrintableStringWithEncoding(body, encoding, 0, nullptr, [this] { return encodingHints(); });
     }
-    if (lower == kMimeTransferEncodingBase64) return trimmed(decodeTextBody(base64DecodedData(body), encoding));
-    if (lower == kMimeTransferEncoding8Bit) {
-        if (OptString text = stringFromData(body, encoding)) return fgTrim(*text);
-        TextEncoding used = kNoEncoding;
-        if (OptString text = newByDecodingData(body, encoding, &used)) return fgTrim(*text);
-        return trimmed(newByDecodingData(body, &used));
-    }
-    return trimmed(decodeTextBody(body, encoding));
+    if (lower == kMimeTransferEncodingBase64) return trimmed(decodeTextBody(base64DecodedData(body), encoding, this));
+    // 8bit and anything else: the encoding, else detection that weighs it with the message's hints.
+    return trimmed(decodeTextBody(body, encoding, this));
 }
 
 size_t PWTextMimePart::decodedContentSize() const {

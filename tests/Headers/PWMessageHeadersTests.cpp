@@ -57,6 +57,12 @@ TEST(PWMessageHeaders, DecodesHeaderBytesWithDetection) {
     auto encoded = parse("Subject:  =?utf-8?Q?Gr=C3=BC=C3=9Fe?= =?utf-8?Q?_aus?=\r\n\tBerlin \r\n\r\n");
     EXPECT_EQ(encoded->subject(), u"Gr\u00fc\u00dfe aus\tBerlin");
     EXPECT_EQ(encoded->firstHeaderForKey(u"subject", false), u"=?utf-8?Q?Gr=C3=BC=C3=9Fe?= =?utf-8?Q?_aus?=\tBerlin");
+    // Raw 8-bit text of a block is read with the charsets its encoded words name as hints.
+    auto russian = parse("From: =?koi8-r?B?8MXU0s/X?= <p@example.com>\r\nSubject: \xF3\xD0\xC1\xD3\xC9\xC2\xCF\r\n\r\n");
+    EXPECT_EQ(russian->subject(), u"\u0421\u043f\u0430\u0441\u0438\u0431\u043e");
+    // Raw ISO-2022-JP is 7-bit but no ASCII: its escape sequences are read, not shown.
+    auto japanese = parse("Subject: \x1b$B2q5D\x1b(B\r\n\r\n");
+    EXPECT_EQ(japanese->subject(), u"\u4f1a\u8b70");
 }
 
 TEST(PWMessageHeaders, SortRanks) {

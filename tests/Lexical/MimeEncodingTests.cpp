@@ -270,3 +270,10 @@ TEST(IMAPAString, QuotesOnlyTextWithSpecials) {
         EXPECT_EQ(rfc9051AString(special), u"\"" + std::u16string(special) + u"\"");
     }
 }
+
+TEST(HeaderTextDecoding, EncodedWordCharsetsOfRawBytesAreListedOnce) {
+    EXPECT_EQ(encodedWordEncodings("Subject: =?ISO-8859-7?Q?=C1?= =?iso-8859-7*el?B?wQ==?=\r\n"
+                                   "From: =?koi8-r?b?8A==?= <a@b>, =?nonsense?Q?x?=, =?utf-8?X?bad?=, =?x"),
+              (std::vector<TextEncoding>{encodingForCharSetName(u"iso-8859-7"), encodingForCharSetName(u"koi8-r")}));
+    EXPECT_TRUE(encodedWordEncodings("no words =? here").empty());
+}

@@ -111,3 +111,29 @@ TEST(TextPartBuilders, ComposedTextWithEachTransferEncoding) {
     EXPECT_TRUE(parsed->isMemberOfClass(PWTextHtmlMimePart::mimeClass()));
     EXPECT_EQ(parsed->htmlContent(), u"<p>caf\u00e9</p>");
 }
+
+TEST(TextPartDecoding, UnlabelledTextIsReadWithTheHintsOfItsMessage) {
+    // "Καλό" in windows-1253 also reads as Arabic windows-1256 text; the message says which it is.
+    const std::string greek = "\xCA\xE1\xEB\xFC";
+    PWMimePartRef alone = parsePart("Content-Type: text/plain\r\n\r\n" + greek);
+    PWMimePartRef subjectHint = parsePart("Subject: =?windows-1253?B?yuHr/A==?=\r\nContent-Type: text/plain\r\n\r\n" + greek);
+    EXPECT_EQ(subjectHint->encodingHints().message, std::vector<TextEncoding>{kWindowsCP1253StringEncoding});
+    EXPECT_EQ(subjectHint->plainContent(), u"\u039a\u03b1\u03bb\u03cc");
+
+    // Another part's charset is a hint; the part's own (failing) charset is the declared one.
+    PWMimePartRef mixed = parsePart(
+        "Content-Type: multipart/mixed; boundary=b\r\n\r\n--b\r\nContent-Type: text/html; charset=iso-8859-7\r\n\r\n"
+        "<p>x</p>\r\n--b\r\nContent-Type: text/plain; charset=us-ascii\r\nContent-Transfer-Encoding: 8bit\r\n\r\n" +
+        greek + "\r\n--b--\r\n");
+    PWMimePartRef plain = mixed->subParts().at(1);
+    EncodingHints hints = plain->encodingHints();
+    EXPECT_EQ(hints.declared, kASCIIStringEncoding);
+    EXPECT_EQ(hints.message, std::vector<TextEncoding>{encodingForCharSetName(u"iso-8859-7")});
+    EXPECT_EQ(plain->plainContent(), u"\u039a\u03b1\u03bb\u03cc");
+
+    // A hint never makes an implausible reading: Greek hints do not turn Polish into Greek.
+    PWMimePartRef polish = parsePart("Subject: =?windows-1253?B?yuHr/A==?=\r\nContent-Type: text/plain\r\n\r\n"
+                                     "Dzi\xEAkuj\xEA za spotkanie w \xB6rod\xEA.");
+    EXPECT_EQ(polish->plainContent(), u"Dzi\u0119kuj\u0119 za spotkanie w \u015brod\u0119.");
+    EXPECT_TRUE(alone->plainContent().has_value());
+}

@@ -63,3 +63,29 @@ TEST(CodecCommands, ParseKindsDescribeTheirResults) {
     EXPECT_EQ(wordJSON["ok"], false);
     EXPECT_EQ(wordJSON["encoding"], nullptr);
 }
+
+TEST(CodecCommands, DetectShowsTheChoiceItsCandidatesAndTheText) {
+    ToolRun latin = runTool({"detect"}, "Stra\xDF" "e");
+    ASSERT_EQ(latin.status, 0) << latin.err;
+    nlohmann::json found = nlohmann::json::parse(latin.out);
+    EXPECT_EQ(found["charset"], "iso-8859-1");
+    EXPECT_EQ(found["stage"], "statistics");
+    EXPECT_EQ(found["text"], "Stra\xC3\x9F" "e");
+    ASSERT_FALSE(found["candidates"].empty());
+    EXPECT_LE(found["candidates"].size(), 5u);
+    EXPECT_GT(found["confidence"].get<double>(), 0.5);
+
+    // A hint turns an ambiguous Turkish word (Czech "toplantý" to the statistics) into Turkish.
+    nlohmann::json hinted = nlohmann::json::parse(runTool({"detect", "-", "--hint", "windows-1254"}, "toplant\xFD").out);
+    EXPECT_EQ(hinted["charset"], "windows-1254");
+    EXPECT_EQ(hinted["text"], "toplant\xC4\xB1");
+    EXPECT_EQ(hinted["candidates"][0]["hinted"], true);
+
+    nlohmann::json ascii = nlohmann::json::parse(runTool({"detect"}, "plain").out);
+    EXPECT_EQ(ascii["stage"], "ascii");
+    EXPECT_TRUE(ascii["candidates"].empty());
+    std::string longText(500, 'a');
+    EXPECT_EQ(nlohmann::json::parse(runTool({"detect"}, longText).out)["text"].get<std::string>().size(), 200u);
+    EXPECT_EQ(runTool({"detect", "--hint", "no-such-charset"}, "x").status, 2);
+    EXPECT_NE(runTool({"detect", "--help"}).out.find("byte-order mark"), std::string::npos);
+}

@@ -27,6 +27,8 @@ const std::vector<Command>& commands() {
         {"text", "print the plain text a reader of a message sees", textHelp, runText},
         {"render", "print the HTML fragment a message shows", renderHelp, runRender},
         {"extract", "write a message's attachments to files", extractHelp, runExtract},
+        {"detect", "show which charset unlabelled bytes are read in, with the candidates weighed", detectHelp,
+         runDetect},
         {"roundtrip", "check that a message's MIME tree writes itself back", roundtripHelp, runRoundtrip},
     };
     return list;

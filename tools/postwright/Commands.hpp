@@ -44,6 +44,8 @@ std::string roundtripHelp();
 int runRoundtrip(const std::vector<std::string>& arguments);
 std::string inspectHelp();
 int runInspect(const std::vector<std::string>& arguments);
+std::string detectHelp();
+int runDetect(const std::vector<std::string>& arguments);
 std::string indexHelp();
 int runIndex(const std::vector<std::string>& arguments);
 std::string composeHelp();

@@ -13,8 +13,10 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Base/TextEncoding.hpp"
 
 namespace postwright {
 
@@ -75,6 +77,12 @@ public:
     std::string bundleIdentifier() const;
     void setBundleIdentifier(std::string identifier);
 
+    // The charsets the host expects unlabelled text to be in (a composer knows its user's locale: a
+    // Russian user's mail is likely windows-1251 or koi8-r). Hints for charset detection, weighed with the
+    // bytes and never over them (EncodingDetector.hpp); empty, the default, means none.
+    std::vector<TextEncoding> preferredEncodings() const;
+    void setPreferredEncodings(std::vector<TextEncoding> encodings);
+
 private:
     Application();
     mutable std::mutex mutex_;
@@ -84,6 +92,7 @@ private:
     std::shared_ptr<AddressBook> addressBook_;
     std::shared_ptr<FGMessageEncryptionManager> messageEncryptionManager_;
     std::string bundleIdentifier_;
+    std::vector<TextEncoding> preferredEncodings_;
 };
 
 // Logs through the host's logger.

@@ -76,20 +76,18 @@ TextEncoding smallestEncoding(std::u16string_view text);
 // The encoding the text converts to most directly (UTF-16).
 TextEncoding fastestEncoding(std::u16string_view text);
 
-// Decodes bytes whose encoding is not known. Tries, in order: ASCII, UTF-8, the encodings that ICU's
-// detector proposes (only those the library numbers, most confident first), then Windows-1252, which
-// accepts any bytes. The encoding used goes into encodingUsed. Empty bytes give empty text (ASCII).
+// Decodes bytes whose encoding is not known, with the detector of EncodingDetector.hpp (byte-order mark,
+// ASCII, the ISO-2022 escape forms, UTF-8, the legacy charsets by their statistics, then Windows-1252,
+// which accepts any bytes) and the host's preferred encodings (Application::preferredEncodings) as hints.
+// The encoding used goes into encodingUsed. Empty bytes give empty text (ASCII). Never fails.
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding* encodingUsed);
-// The same, trying the preferred encoding first (0 or invalid: no preference). The detector reads the
-// detection sample of the data (see below).
+// The same, trying the preferred encoding first (0 or invalid: no preference): when the bytes are valid
+// in it, it is the answer; otherwise it is the declared hint of the detection.
 std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
                                                 TextEncoding* encodingUsed);
-// What the charset detector is given to read: the lines that hold 8-bit bytes, up to `limit` bytes. Only
-// they tell legacy charsets apart, and the detector's cost grows with what it reads.
-Data charsetDetectionSample(const Data& data, size_t limit = 16 * 1024);
-// The same with the detector reading only `detectionSample` (the part of the data that tells the charset
-// apart, such as the lines holding 8-bit bytes); each encoding it proposes must still decode all the data.
-std::optional<std::u16string> newByDecodingData(const Data& data, TextEncoding preferredEncoding,
-                                                TextEncoding* encodingUsed, const Data& detectionSample);
+struct EncodingHints;
+// Detection weighed with what the message says (EncodingHints); no encoding is tried before it.
+std::optional<std::u16string> newByDecodingData(const Data& data, const EncodingHints& hints,
+                                                TextEncoding* encodingUsed);
 
 }  // namespace postwright

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Text.hpp"
@@ -25,6 +26,11 @@ OptString PWcharSetNameForEncoding(TextEncoding encoding);
 // The encoding for an IANA name (any case, any alias), or kInvalidEncoding. Callers treat 0 and
 // kInvalidEncoding alike as unknown.
 TextEncoding PWencodingForCharSetName(std::u16string_view name);
+
+// The encodings named by the encoded words of raw header bytes ("=?charset?Q?" and "=?charset?B?", the
+// RFC 2231 language suffix ignored), each once, in order of appearance; unknown names are left out. Hints
+// for reading the raw 8-bit text of the same message (EncodingDetector.hpp).
+std::vector<TextEncoding> encodedWordEncodings(std::string_view headerBytes);
 
 // ---- Decoding -----------------------------------------------------------------------------------------
 

@@ -12,10 +12,12 @@
 //     OptString wire = quotedPrintableStringForPlainTextBody(u"Gr\u00fc\u00dfe", kUTF8StringEncoding, &used);
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string_view>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Base/EncodingDetector.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
@@ -63,8 +65,11 @@ std::optional<ChainedData> decodedQuotedPrintableDispatchDataWithOptions(const D
 // "Data indicated encoding <requested> but data was decoded using <detected>" is logged with both
 // charset names. Failing that, the bytes read as ASCII. nullopt when the decoding failed (error as above)
 // or no reading works.
+// hints, when given, is asked for the message's charset hints only if detection is needed (the MIME text
+// parts pass PWMimePart::encodingHints).
 OptString decodedQuotedPrintableStringWithEncoding(const Data& data, TextEncoding encoding, unsigned options,
-                                                   ErrorRef* error);
+                                                   ErrorRef* error,
+                                                   const std::function<EncodingHints()>& hints = nullptr);
 
 // Decodes the "Q" form of an encoded word's text: "_" is SPACE, "=" must start two hex digits, any other
 // character up to U+00FF stands for its own byte. Soft line breaks are not recognised. nullopt when an

@@ -41,6 +41,7 @@
 #include <vector>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Base/EncodingDetector.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
@@ -184,6 +185,12 @@ public:
     // The encoding the charset names: ISO Latin 1, UTF-8, ASCII, Windows-1252 by name, any other name
     // through the charset table; UTF-8 when there is no charset or the name is unknown.
     TextEncoding stringEncoding() const;
+    // What the message says about charsets, for reading this part's bytes when their own charset fails
+    // or is missing: the part's charset (declared), the charsets the other parts of its tree declare and
+    // those of the encoded words in the root's and the part's header blocks (message). The host's
+    // preferred encodings are added by the decoding itself. Walks the whole tree: ask only when detection
+    // is needed.
+    EncodingHints encodingHints() const;
 
     // The body as it stands in the message, still transfer-encoded (empty for a split multipart).
     Data contentData() const;

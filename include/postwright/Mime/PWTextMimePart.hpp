@@ -53,8 +53,9 @@ protected:
                                              const OptString& contentTransferEncoding);
 };
 
-// The text of a body read with an encoding, falling back to detection that prefers it when the bytes are
-// not valid in it. Shared by the text classes and the other parts that show text.
-OptString decodeTextBody(const Data& bytes, TextEncoding encoding);
+// The text of a body read with an encoding; when the bytes are not valid in it, detection with that
+// encoding as the declared hint and, when a part is given, the hints of its message
+// (PWMimePart::encodingHints). Shared by the text classes and the other parts that show text.
+OptString decodeTextBody(const Data& bytes, TextEncoding encoding, const PWMimePart* part = nullptr);
 
 }  // namespace postwright
