@@ -16,6 +16,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLNode;
@@ -58,3 +61,4 @@ struct FGContentReplacement {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

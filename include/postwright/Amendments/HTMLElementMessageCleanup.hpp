@@ -16,9 +16,11 @@
 #include <string>
 #include <string_view>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLElement.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Option bits of emptiness and trimming.
@@ -66,3 +68,4 @@ std::u16string comparableStringContents(HTMLElement& element);
 HTMLElementRef duplicateWithTagName(const HTMLElement& element, std::u16string_view tagName);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,7 +17,9 @@
 
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // One labelled e-mail value of a contact ("home": "ann@example.com"), with its stable identifier.
@@ -53,3 +55,4 @@ public:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

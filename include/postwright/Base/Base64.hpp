@@ -13,7 +13,9 @@
 #include <string_view>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 enum class Base64Alphabet { Standard, URLSafe };
@@ -45,3 +47,4 @@ inline std::string base64EncodedString(const Data& data, Base64Alphabet alphabet
 std::u16string pathSafeBase64String(const uint8_t* bytes, size_t length);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -13,6 +13,9 @@
 #include <string_view>
 #include <utility>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class CharacterSet {
@@ -49,3 +52,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -19,6 +19,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 struct Error;
@@ -115,3 +118,4 @@ const Data& LFLFData();
 const Data& CRCRData();
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

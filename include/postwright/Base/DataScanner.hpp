@@ -22,7 +22,9 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMBoxMessageContents;
@@ -99,3 +101,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,6 +16,9 @@
 #include <optional>
 #include <string>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class DateEnvironment {
@@ -50,3 +53,4 @@ public:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -18,6 +18,9 @@
 #include <string>
 #include <utility>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 struct Error {
@@ -59,3 +62,4 @@ inline void setSlot(T* slot, U&& value) {
 }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

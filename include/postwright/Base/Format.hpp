@@ -16,6 +16,9 @@
 #include <string_view>
 #include <variant>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class FormatArg {
@@ -45,3 +48,4 @@ private:
 std::u16string formatString(std::u16string_view format, std::initializer_list<FormatArg> arguments);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -15,7 +15,9 @@
 #include <string_view>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class AddressBook;
@@ -89,3 +91,4 @@ std::u16string localizedString(std::u16string_view key, std::u16string_view fall
                                StringSource source = StringSource::Host, std::u16string_view table = u"");
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

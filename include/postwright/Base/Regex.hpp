@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class Regex {
@@ -46,3 +48,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

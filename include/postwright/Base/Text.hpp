@@ -13,6 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 using OptString = std::optional<std::u16string>;
@@ -98,3 +101,4 @@ inline std::u16string decimalString(int value) { return decimalString(static_cas
 inline std::u16string decimalString(unsigned value) { return decimalString(static_cast<unsigned long long>(value)); }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -11,8 +11,10 @@
 #include <utility>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMessageHeaderEntry.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HeaderEntryDictionary {
@@ -45,3 +47,4 @@ private:
 std::u16string headerDictionaryKey(std::u16string_view fieldName);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

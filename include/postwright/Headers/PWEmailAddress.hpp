@@ -30,7 +30,9 @@
 
 #include "postwright/Base/AddressBook.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWEmailAddress;
@@ -239,6 +241,7 @@ inline bool operator==(const PWEmailAddress& a, const PWEmailAddress& b) {
 }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END
 
 template <>
 struct std::hash<postwright::PWEmailAddress> {

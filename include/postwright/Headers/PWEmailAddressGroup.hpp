@@ -17,8 +17,10 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWEmailAddressGroup;
@@ -88,3 +90,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,8 +17,10 @@
 #include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/HeaderNames.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageHeaderEntry;
@@ -95,3 +97,4 @@ private:
 using PWMessageHeaderEntryRef = std::shared_ptr<PWMessageHeaderEntry>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

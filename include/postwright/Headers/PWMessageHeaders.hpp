@@ -21,6 +21,7 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/HeaderEntryDictionary.hpp"
 #include "postwright/Headers/HeaderNames.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
@@ -29,6 +30,7 @@
 #include "postwright/Mime/PWContentDisposition.hpp"
 #include "postwright/Mime/PWContentType.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageHeaders;
@@ -212,3 +214,4 @@ protected:
 using PWMessageHeadersRef = std::shared_ptr<PWMessageHeaders>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

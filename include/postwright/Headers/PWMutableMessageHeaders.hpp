@@ -14,8 +14,10 @@
 #include <functional>
 #include <map>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMessageHeaders.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageHeaders : public PWMessageHeaders {
@@ -100,3 +102,4 @@ protected:
 using PWMutableMessageHeadersRef = std::shared_ptr<PWMutableMessageHeaders>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -8,8 +8,10 @@
 
 #include <memory>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddressGroup.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMessageContents;
@@ -47,3 +49,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,8 +16,10 @@
 #include <vector>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWTokenSearchEmailAddress : public PWEmailAddress {
@@ -83,3 +85,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -31,7 +31,9 @@
 #include <vector>
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLElement;
@@ -70,3 +72,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,10 +16,12 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLElement.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 #include "postwright/Html/HTMLParser.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLDocumentType;
@@ -69,3 +71,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -19,8 +19,10 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 enum class HTMLNamespace { HTML, SVG, MathML };
@@ -111,3 +113,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

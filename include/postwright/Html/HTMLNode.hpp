@@ -25,6 +25,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLNode;
@@ -266,3 +269,4 @@ void HTMLNode::forEachDescendant(Visitor&& visit) const {
 }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

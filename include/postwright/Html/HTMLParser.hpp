@@ -33,6 +33,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLDocument;
@@ -62,3 +65,4 @@ std::shared_ptr<HTMLDocumentFragment> parseHTMLFragment(std::u16string_view html
                                                         size_t* repairedTagCount = nullptr);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -15,7 +15,9 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // ---- Charset names ------------------------------------------------------------------------------------
@@ -70,3 +72,4 @@ OptString mimeWordWithString(std::u16string_view text, TextEncoding preferredEnc
 std::u16string rfc9051AString(std::u16string_view text);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -30,7 +30,9 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The sections of a continued parameter (RFC 2231 section 3), by section number, as raw bytes.
@@ -89,3 +91,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -19,7 +19,9 @@
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The longest encoded line, a trailing soft-break "=" included.
@@ -83,3 +85,4 @@ OptString quotedPrintableStringForPlainTextBody(std::u16string_view text, TextEn
                                                 TextEncoding* encodingUsed);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

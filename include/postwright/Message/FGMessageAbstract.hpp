@@ -15,10 +15,12 @@
 #include <optional>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMessageHeaders.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
 #include "postwright/Message/RFC2822IDHash.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class FGMessageAbstract {
@@ -101,3 +103,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -21,7 +21,9 @@
 #include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The content identifier of a message that could not be identified.
@@ -116,3 +118,4 @@ struct FGMessageIdentifierEqual {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

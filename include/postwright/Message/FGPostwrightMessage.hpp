@@ -13,9 +13,11 @@
 #include <memory>
 #include <mutex>
 
+#include "postwright/Export.hpp"
 #include "postwright/Message/FGMessageAbstract.hpp"
 #include "postwright/Message/FGMessageIdentifier.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class FGPostwrightMessage : public std::enable_shared_from_this<FGPostwrightMessage> {
@@ -90,3 +92,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

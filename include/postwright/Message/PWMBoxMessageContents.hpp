@@ -12,8 +12,10 @@
 
 #include <optional>
 
+#include "postwright/Export.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMBoxMessageContents : public PWMessageContents {
@@ -59,3 +61,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

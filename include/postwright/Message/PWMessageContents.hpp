@@ -27,9 +27,11 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageContents;
@@ -203,3 +205,4 @@ struct PWMessageContentsSummary {
 using PWMessageContentsRef = std::shared_ptr<PWMessageContents>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -14,6 +14,9 @@
 #include <string>
 #include <string_view>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class RFC2822IDHash {
@@ -53,6 +56,7 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END
 
 template <>
 struct std::hash<postwright::RFC2822IDHash> {

@@ -15,8 +15,10 @@
 //   application/pkcs7-signature, application/pkcs7-mime  PWSMIMESignedMimePart
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimeAttachment.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWApplicationMimePart : public PWMimeAttachment {
@@ -144,3 +146,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

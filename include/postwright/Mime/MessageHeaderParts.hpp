@@ -5,8 +5,10 @@
 //     if (part->isMemberOfClass(PWMessageDeliveryStatusMimePart::mimeClass())) ...
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Shared presentation of the two kinds: the body as text in a block that keeps its line breaks.
@@ -41,3 +43,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,8 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // One part of a tree's shape, in depth-first order.
@@ -52,3 +54,4 @@ struct MimeRoundTripReport {
 MimeRoundTripReport checkMimeRoundTrip(const Data& message, const OptString& identifier = u"0");
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

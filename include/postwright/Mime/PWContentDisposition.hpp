@@ -7,8 +7,10 @@
 #pragma once
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 struct PWContentDisposition {
@@ -23,3 +25,4 @@ struct PWContentDisposition {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

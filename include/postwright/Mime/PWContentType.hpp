@@ -9,8 +9,10 @@
 #include <string>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 struct PWContentType {
@@ -35,3 +37,4 @@ struct PWContentType {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

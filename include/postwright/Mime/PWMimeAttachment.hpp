@@ -21,8 +21,10 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMimeAttachment : public PWMimePart {
@@ -104,3 +106,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -44,12 +44,14 @@
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 #include "postwright/Mime/MimeConstants.hpp"
 #include "postwright/Mime/PWContentDisposition.hpp"
 #include "postwright/Mime/PWContentType.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMimePart;
@@ -386,3 +388,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

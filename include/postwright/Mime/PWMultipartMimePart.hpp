@@ -28,8 +28,10 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMultipartMimePart : public PWMimePart {
@@ -172,3 +174,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

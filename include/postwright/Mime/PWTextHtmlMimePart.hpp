@@ -17,8 +17,10 @@
 // that is HTML keeps its markup.
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWTextMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWTextHtmlMimePart : public PWTextMimePart {
@@ -46,3 +48,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

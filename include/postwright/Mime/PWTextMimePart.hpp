@@ -17,8 +17,10 @@
 // reads the text instead, so mislabelled mail still shows.
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWTextMimePart : public PWMimePart {
@@ -58,3 +60,4 @@ protected:
 OptString decodeTextBody(const Data& bytes, TextEncoding encoding);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END
