@@ -5,15 +5,17 @@
 #   make asan    the whole suite under AddressSanitizer and UndefinedBehaviorSanitizer
 #   make bench   build optimised and run the Google Benchmarks
 #   make fuzz    build the libFuzzer targets with clang (build-fuzz/)
+#   make install PREFIX=DIR   install the library, headers, tool, CMake package and pkg-config file
 
 JOBS ?= $(shell nproc)
 BUILD ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
+PREFIX ?= /usr/local
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build test asan bench fuzz demo clean
+.PHONY: all deps build test asan bench fuzz demo install clean
 
 all: build
 
@@ -55,6 +57,9 @@ fuzz: deps $(FUZZ_BUILD)/build.ninja
 
 demo: build
 	@scripts/demo $(BUILD)/postwright
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)
