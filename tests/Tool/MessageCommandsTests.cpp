@@ -193,7 +193,8 @@ TEST(Index, ReportsWhatItCannotReadAndIndexesTheRest) {
 
 TEST(Index, WritesToAnOutputFile) {
     fs::path output = fs::temp_directory_path() / ("pw-index-out-" + std::to_string(::getpid()) + ".jsonl");
-    ToolRun run = runTool({"index", std::string(PW_SOURCE_DIR) + "/examples", "--output", output.string()});
+    const std::string examples = std::string(PW_SOURCE_DIR) + "/examples/";
+    ToolRun run = runTool({"index", examples + "simple.eml", examples + "multipart.eml", "--output", output.string()});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_TRUE(run.out.empty());
     EXPECT_EQ(lines(fileContents(output.string())).size(), 2u);
