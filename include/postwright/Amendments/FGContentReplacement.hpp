@@ -23,6 +23,7 @@ namespace postwright {
 
 class HTMLNode;
 
+// One clean-up rule: what it looks for (query) and what it does to it (type).
 struct FGContentReplacement {
     // The rule kinds. Any other value of type is skipped when a list is applied.
     enum Kind : uint64_t {

@@ -30,6 +30,7 @@ Data base64DecodedData(std::u16string_view text, Base64Alphabet alphabet = Base6
 // Number of bytes the text decodes to, without decoding it.
 size_t base64DecodedLength(const uint8_t* text, size_t length);
 
+// How base64EncodedString lays out its output.
 struct Base64Options {
     bool lineBreaks = false;   // cut into lines of lineLength characters joined by CR LF
     size_t lineLength = 76;

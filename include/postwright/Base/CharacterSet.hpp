@@ -18,6 +18,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A set of UTF-16 code units with constant-time membership (a 65,536-bit bitmap).
 class CharacterSet {
 public:
     CharacterSet() { bits_.fill(0); }

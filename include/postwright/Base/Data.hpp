@@ -34,6 +34,7 @@ struct Range {
     bool operator==(const Range&) const = default;
 };
 
+// Immutable bytes shared by reference: a view (storage, offset, length) that copies in constant time.
 class Data {
 public:
     static constexpr size_t npos = static_cast<size_t>(-1);

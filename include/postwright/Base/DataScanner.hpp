@@ -29,6 +29,7 @@ namespace postwright {
 
 class PWMBoxMessageContents;
 
+// A set of byte values, 256 bits.
 class FGByteSet {
 public:
     FGByteSet() { bits_.fill(0); }
@@ -47,6 +48,7 @@ private:
     std::array<uint64_t, 4> bits_;
 };
 
+// A cursor over immutable bytes: each scan matches and advances, or fails and stays.
 class FGDataScanner {
 public:
     explicit FGDataScanner(Data data) : data_(std::move(data)) {}

@@ -21,6 +21,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The clock, time zone and locale every date operation reads; pinned by hosts and tests.
 class DateEnvironment {
 public:
     // The current moment: the pinned one, else the system clock.

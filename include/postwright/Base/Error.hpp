@@ -23,6 +23,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The record of a recoverable failure: domain, code, texts and the error underneath.
 struct Error {
     std::string domain;
     long code = 0;

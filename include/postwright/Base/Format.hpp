@@ -21,6 +21,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// One argument of formatString: text (nil allowed), an integer, a floating-point number or a pointer.
 class FormatArg {
 public:
     FormatArg(std::u16string_view text) : value_(text) {}

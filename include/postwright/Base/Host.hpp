@@ -22,6 +22,7 @@ namespace postwright {
 
 class AddressBook;
 
+// Where the library's log lines go; the host may install its own.
 class Logger {
 public:
     virtual ~Logger() = default;
@@ -49,6 +50,7 @@ public:
     virtual std::string pathToAttachmentDirectoryForIdentifier(std::u16string_view identifier) = 0;
 };
 
+// The host's services as the library finds them: logger, texts, attachment directory, address book.
 class Application {
 public:
     static Application& shared();

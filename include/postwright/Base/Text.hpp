@@ -60,6 +60,7 @@ bool hasPrefixIgnoringCase(std::u16string_view text, std::u16string_view prefix)
 // Case- and diacritic-insensitive equality (letters compared by base letter: "é" equals "E").
 bool equalsIgnoringCaseAndDiacritics(std::u16string_view a, std::u16string_view b);
 
+// Orders text ignoring case, for ordered containers keyed by text.
 struct CaseInsensitiveLess {
     bool operator()(std::u16string_view a, std::u16string_view b) const { return compareIgnoringCase(a, b) < 0; }
 };

@@ -17,6 +17,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Upper-cased field name to the shared, immutable list of its entries, in first-added order.
 class HeaderEntryDictionary {
 public:
     using EntryList = std::vector<PWMessageHeaderEntryRef>;

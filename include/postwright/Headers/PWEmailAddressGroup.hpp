@@ -26,6 +26,7 @@ namespace postwright {
 class PWEmailAddressGroup;
 using PWEmailAddressGroupList = std::vector<std::shared_ptr<PWEmailAddressGroup>>;
 
+// One entry of an address list: a named group with its members, or a nameless run of mailboxes.
 class PWEmailAddressGroup {
     struct Passkey {
         explicit Passkey() = default;

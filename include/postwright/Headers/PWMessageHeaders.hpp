@@ -38,6 +38,7 @@ class PWMutableMessageHeaders;
 // Where a collection came from.
 enum class HeaderDataSource : int { InMemory = 0, MessageData = 1, MessageFile = 2 };
 
+// A header block: an ordered, case-insensitive collection of fields with typed views of their values.
 class PWMessageHeaders : public std::enable_shared_from_this<PWMessageHeaders> {
 public:
     // ---- Construction -----------------------------------------------------------------------------------

@@ -20,6 +20,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The editable header collection used while composing and amending.
 class PWMutableMessageHeaders : public PWMessageHeaders {
 public:
     static std::shared_ptr<PWMutableMessageHeaders> init();

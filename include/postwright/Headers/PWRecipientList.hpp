@@ -17,6 +17,7 @@ namespace postwright {
 class PWMessageContents;
 class FGPostwrightMessage;
 
+// The To, Cc and Bcc address groups of a message, and its distinct recipients.
 class PWRecipientList {
     struct Passkey {
         explicit Passkey() = default;

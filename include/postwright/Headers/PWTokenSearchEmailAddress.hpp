@@ -22,6 +22,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// An address found by a recipient search, with the scores that rank it.
 class PWTokenSearchEmailAddress : public PWEmailAddress {
 public:
     explicit PWTokenSearchEmailAddress(Passkey key) : PWEmailAddress(key) {}

@@ -41,6 +41,7 @@ class HTMLElement;
 // Selectors longer than this many compound selectors are rejected as invalid.
 inline constexpr size_t kCSSMaxCompoundSelectors = 64;
 
+// A parsed selector list, matched against elements and used to query trees.
 class CSSSelector {
 public:
     // Parses selector text; nullptr (and the error, when a slot is given; the slot is cleared on entry)

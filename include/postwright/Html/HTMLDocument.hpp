@@ -30,6 +30,7 @@ class HTMLComment;
 
 enum class HTMLQuirksMode { NoQuirks, Quirks, LimitedQuirks };
 
+// A parsed HTML document: the root of the tree, with its parse errors and quirks mode.
 class HTMLDocument : public HTMLNode {
 public:
     // Parses html as a whole document (see HTMLParser.hpp).

@@ -34,6 +34,7 @@ struct HTMLAttribute {
     bool operator==(const HTMLAttribute&) const = default;
 };
 
+// An element: tag name, namespace, attributes in insertion order and class names.
 class HTMLElement : public HTMLNode {
     struct ConstructionKey {
         explicit ConstructionKey() = default;

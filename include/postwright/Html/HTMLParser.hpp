@@ -46,6 +46,7 @@ inline constexpr size_t kHTMLMaxNestingDepth = 512;
 inline constexpr size_t kHTMLMaxReopenedFormattingElements = 10000;
 inline constexpr size_t kHTMLMaxParseErrors = 1000;
 
+// One parse error the HTML parser reported, under its WHATWG code name.
 struct HTMLParseError {
     std::u16string code;  // the WHATWG error code, e.g. "unexpected-solidus-in-tag"
     unsigned line = 0;    // 1-based line of the input

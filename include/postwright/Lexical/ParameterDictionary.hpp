@@ -39,6 +39,7 @@ namespace postwright {
 using SectionMap = std::map<uint64_t, Data>;
 using ParameterValue = std::variant<std::u16string, long long, SectionMap>;
 
+// The parameters of a Content-Type or Content-Disposition value: an insertion-ordered map.
 class ParameterDictionary {
 public:
     using Entry = std::pair<std::u16string, ParameterValue>;

@@ -23,6 +23,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The flat summary of one message that message lists and thread views are filled from.
 class FGMessageAbstract {
 public:
     FGMessageAbstract() = default;

@@ -20,6 +20,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The message object a host handles: a summary, and the parsed contents when they are cached.
 class FGPostwrightMessage : public std::enable_shared_from_this<FGPostwrightMessage> {
 public:
     FGPostwrightMessage() = default;

@@ -56,6 +56,7 @@ public:
     virtual bool isCancelled() const = 0;
 };
 
+// One message as bytes, with its header collection and MIME tree built on first use.
 class PWMessageContents : public std::enable_shared_from_this<PWMessageContents> {
 public:
     // The designated initialiser. Data of at least 5 bytes that begins with "From " is read as one mbox

@@ -21,6 +21,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// An application/* attachment.
 class PWApplicationMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -30,6 +31,7 @@ protected:
     PWApplicationMimePart() = default;
 };
 
+// An application/pdf attachment.
 class PWApplicationPdfMimePart : public PWApplicationMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -42,6 +44,7 @@ protected:
     bool decodesQuotedPrintableAsBytes() const override { return true; }
 };
 
+// An application/rtfd attachment.
 class PWApplicationRTFDMimePart : public PWApplicationMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -51,6 +54,7 @@ protected:
     PWApplicationRTFDMimePart() = default;
 };
 
+// An audio/* attachment.
 class PWAudioMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -60,6 +64,7 @@ protected:
     PWAudioMimePart() = default;
 };
 
+// An image/* attachment.
 class PWImageMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -69,6 +74,7 @@ protected:
     PWImageMimePart() = default;
 };
 
+// A video/* attachment.
 class PWVideoMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -78,6 +84,7 @@ protected:
     PWVideoMimePart() = default;
 };
 
+// A calendar event (text/calendar, application/ics).
 class PWCalendarEventMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -98,6 +105,7 @@ protected:
     PWTextAnyAttachment() = default;
 };
 
+// An attached message (message/rfc822).
 class PWMessageMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();

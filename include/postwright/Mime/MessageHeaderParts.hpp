@@ -24,6 +24,7 @@ protected:
     PWMessageHeaderBlockMimePart() = default;
 };
 
+// The delivery status of a report (message/delivery-status, RFC 3464).
 class PWMessageDeliveryStatusMimePart : public PWMessageHeaderBlockMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -33,6 +34,7 @@ protected:
     PWMessageDeliveryStatusMimePart() = default;
 };
 
+// The returned headers of an internationalised report (message/global-headers, RFC 6533).
 class PWMessageGlobalHeadersMimePart : public PWMessageHeaderBlockMimePart {
 public:
     static const PWMimeClass& mimeClass();

@@ -38,6 +38,7 @@ struct MimeTreeShapeEntry {
 // The shape of the subtree of root, depth first, root first (walked with its own stack).
 std::vector<MimeTreeShapeEntry> mimeTreeShape(const PWMimePart& root);
 
+// What checkMimeRoundTrip found, step by step.
 struct MimeRoundTripReport {
     bool parsed = false;          // the message gave a tree
     bool bytesIdentical = false;  // the untouched tree wrote back its input

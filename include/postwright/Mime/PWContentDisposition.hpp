@@ -13,6 +13,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A Content-Disposition value: its type and its parameters.
 struct PWContentDisposition {
     // "@type" of the info (nil when it has none, or it is not text).
     OptString dispositionType;

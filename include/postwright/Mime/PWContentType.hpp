@@ -15,6 +15,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A Content-Type value: type, subtype and parameters.
 struct PWContentType {
     std::u16string baseType;
     std::u16string subType;

@@ -27,6 +27,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A part that is shown or saved as a file.
 class PWMimeAttachment : public PWMimePart {
 public:
     static const PWMimeClass& mimeClass();

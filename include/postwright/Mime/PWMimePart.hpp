@@ -69,6 +69,7 @@ struct PWMimeClass {
     bool isAttachmentKind() const noexcept;
 };
 
+// A node of the MIME tree, made from the bytes of one entity.
 class PWMimePart : public std::enable_shared_from_this<PWMimePart> {
 public:
     static const PWMimeClass& mimeClass();

@@ -23,6 +23,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A text/html part.
 class PWTextHtmlMimePart : public PWTextMimePart {
 public:
     static const PWMimeClass& mimeClass();

@@ -23,6 +23,7 @@
 POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A text/plain part; text/html parts (PWTextHtmlMimePart) build on it.
 class PWTextMimePart : public PWMimePart {
 public:
     static const PWMimeClass& mimeClass();
