@@ -5,15 +5,19 @@
 #   make asan    the whole suite under AddressSanitizer and UndefinedBehaviorSanitizer
 #   make bench   build optimised and run the Google Benchmarks
 #   make fuzz    build the libFuzzer targets with clang (build-fuzz/)
+#   make install PREFIX=DIR   install the library, headers, tool, CMake package and pkg-config file
+#   make docs    the HTML API reference (build-docs/html/index.html)
 
 JOBS ?= $(shell nproc)
 BUILD ?= build
 ASAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-bench
 FUZZ_BUILD ?= build-fuzz
+DOCS_BUILD ?= build-docs
+PREFIX ?= /usr/local
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build test asan bench fuzz demo clean
+.PHONY: all deps build test asan bench fuzz demo install docs clean
 
 all: build
 
@@ -56,5 +60,11 @@ fuzz: deps $(FUZZ_BUILD)/build.ninja
 demo: build
 	@scripts/demo $(BUILD)/postwright
 
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+docs: deps
+	@scripts/docs $(DOCS_BUILD)
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD) $(DOCS_BUILD)

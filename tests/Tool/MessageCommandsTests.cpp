@@ -193,7 +193,7 @@ TEST(Index, ReportsWhatItCannotReadAndIndexesTheRest) {
 
 TEST(Index, WritesToAnOutputFile) {
     fs::path output = fs::temp_directory_path() / ("pw-index-out-" + std::to_string(::getpid()) + ".jsonl");
-    std::string examples = std::string(PW_SOURCE_DIR) + "/examples/";
+    const std::string examples = std::string(PW_SOURCE_DIR) + "/examples/";
     ToolRun run = runTool({"index", examples + "simple.eml", examples + "multipart.eml", "--output", output.string()});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_TRUE(run.out.empty());

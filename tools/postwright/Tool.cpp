@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "Commands.hpp"
+#include "postwright/Version.hpp"
 
 namespace postwright::tool {
 
@@ -36,7 +37,9 @@ int runTool(int argc, char** argv) {
         return 0;
     }
     if (first == "--version") {
-        std::printf("postwright %s\n", POSTWRIGHT_VERSION);
+        PlatformVersions platform = platformVersions();
+        std::printf("postwright %s\nbuilt with ICU %s, OpenSSL %s, gumbo %s\n", libraryVersion(), platform.icu,
+                    platform.openssl, platform.gumbo);
         return 0;
     }
     if (first == "help") {

@@ -10,7 +10,9 @@
 #include <string>
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr const char* PWMessageAmendmentErrorDomain = "com.fennelgate.MessageAmendementError";
@@ -34,3 +36,4 @@ ErrorRef preparedMessageMalformedError(std::u16string_view amendmentApplied);
 ErrorRef signatureModifierMissingError();
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

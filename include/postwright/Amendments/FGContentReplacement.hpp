@@ -16,10 +16,14 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLNode;
 
+// One clean-up rule: what it looks for (query) and what it does to it (type).
 struct FGContentReplacement {
     // The rule kinds. Any other value of type is skipped when a list is applied.
     enum Kind : uint64_t {
@@ -58,3 +62,4 @@ struct FGContentReplacement {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

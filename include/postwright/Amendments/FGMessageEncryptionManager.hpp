@@ -11,10 +11,13 @@
 
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Host.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The host's signing and encryption service, called by the sign, encrypt and decrypt amendments.
 class FGMessageEncryptionManager {
 public:
     virtual ~FGMessageEncryptionManager() = default;
@@ -26,3 +29,4 @@ public:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

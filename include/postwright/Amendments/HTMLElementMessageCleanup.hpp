@@ -17,10 +17,12 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLDocument.hpp"
 #include "postwright/Html/HTMLElement.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Option bits of emptiness and trimming.
@@ -79,3 +81,4 @@ void purgeHeadCSSForPlainContent(HTMLDocument& document);
 void purgeHeadCSSWithFilters(HTMLDocument& document, const std::vector<std::u16string>& filters);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -9,8 +9,10 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The recipient types the amendment understands; any other value makes it do nothing.
@@ -20,6 +22,7 @@ enum PWRecipientType : int64_t {
     kPWRecipientTypeBcc = 5,
 };
 
+// Adds addresses to the first group of To, Cc or Bcc.
 class PWAddRecipientAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -47,3 +50,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -6,8 +6,12 @@
 
 #include <memory>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The data an amendment hands back to merge into the amended contents' userInfo.
 struct PWAmendmentResult {
     // null for a plain result.
     nlohmann::json userInfo;
@@ -18,3 +22,4 @@ struct PWAmendmentResult {
 using PWAmendmentResultRef = std::shared_ptr<PWAmendmentResult>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

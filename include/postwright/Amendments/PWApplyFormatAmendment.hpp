@@ -4,9 +4,12 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A stored formatting amendment, kept readable and inert.
 class PWApplyFormatAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -36,3 +39,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -9,11 +9,14 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr std::u16string_view kPWBodyPlaceholder = u"{{body}}";
 
+// Wraps the plain text and the HTML in a template around "{{body}}".
 class PWBodyAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -35,3 +38,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -13,9 +13,12 @@
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Signs the message through the host's encryption service, last but one in delivery.
 class PWCryptoSignAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -32,6 +35,7 @@ private:
     PWCryptoSignAmendment() = default;
 };
 
+// Encrypts the message through the host's encryption service, last in delivery.
 class PWEncryptAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -48,6 +52,7 @@ private:
     PWEncryptAmendment() = default;
 };
 
+// Decrypts the message through the host's encryption service, in context 0.
 class PWDecryptAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -81,3 +86,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -12,9 +12,12 @@
 #include <optional>
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Stamps the sent date in context types 1, 2 and 4.
 class PWDateSentAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -41,3 +44,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

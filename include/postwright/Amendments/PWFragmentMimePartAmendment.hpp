@@ -5,9 +5,12 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Rebuilds the MIME tree for delivery, cut around the attachments the HTML shows.
 class PWFragmentMimePartAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -26,3 +29,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

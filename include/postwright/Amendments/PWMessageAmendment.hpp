@@ -37,9 +37,11 @@
 #include "postwright/Amendments/PWAmendmentResult.hpp"
 #include "postwright/Amendments/PWMessageAmendmentContext.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Message/FGBaseMutableMessage.hpp"
 #include "postwright/Message/FGPostwrightMessage.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMessageAmendment;
@@ -56,6 +58,7 @@ struct PWAmendmentClass {
     std::shared_ptr<PWMessageAmendment> (*initWithDictionaryRepresentation)(const PWAmendmentDictionary& dictionary);
 };
 
+// A named, serialisable change of a message; the registry of types and the driver of lists.
 class PWMessageAmendment : public std::enable_shared_from_this<PWMessageAmendment> {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -142,3 +145,4 @@ protected:
 std::u16string descriptionOfAmendments(const PWMessageAmendmentList& amendments);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -19,7 +19,9 @@
 #include <string>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The context types the library's amendments act in.
@@ -38,6 +40,7 @@ public:
     virtual void log(std::u16string_view line) = 0;
 };
 
+// Why a list of amendments runs, the host's data for it, and where its log lines go.
 class PWMessageAmendmentContext {
 public:
     static std::shared_ptr<PWMessageAmendmentContext> initWithContextType(uint64_t contextType,
@@ -75,3 +78,4 @@ private:
 using PWMessageAmendmentContextRef = std::shared_ptr<PWMessageAmendmentContext>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

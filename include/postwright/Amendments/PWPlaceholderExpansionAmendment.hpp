@@ -4,9 +4,12 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A stored placeholder-expansion amendment, kept readable and inert.
 class PWPlaceholderExpansionAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -22,6 +25,7 @@ private:
     PWPlaceholderExpansionAmendment() = default;
 };
 
+// A stored attachment-upload amendment, kept readable and inert.
 class PWUploadAttachmentAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -38,3 +42,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,9 +17,12 @@
 
 #include "postwright/Amendments/FGContentReplacement.hpp"
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Turns a message being edited into the message that goes on the wire.
 class PWPrepareDeliveryAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -48,3 +51,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -10,7 +10,9 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The host's signature service.
@@ -20,6 +22,7 @@ public:
     virtual void updateMessage(FGBaseMutableMessage& message, const OptString& signatureIdentifier) = 0;
 };
 
+// Has the host's signature modifier insert the user's signature.
 class PWSignatureAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -46,3 +49,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

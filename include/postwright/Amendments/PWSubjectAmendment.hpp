@@ -7,11 +7,14 @@
 #pragma once
 
 #include "postwright/Amendments/PWMessageAmendment.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr std::u16string_view kPWSubjectPlaceholder = u"{{subject}}";
 
+// Rewrites the subject from a template around "{{subject}}".
 class PWSubjectAmendment : public PWMessageAmendment {
 public:
     static const PWAmendmentClass& amendmentClass();
@@ -36,3 +39,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

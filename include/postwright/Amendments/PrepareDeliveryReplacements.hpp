@@ -13,10 +13,13 @@
 #include <vector>
 
 #include "postwright/Amendments/FGContentReplacement.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The 37 rules, built once on first use and then shared (safe to call from any thread).
 const std::vector<FGContentReplacement>& prepareDeliveryReplacements();
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

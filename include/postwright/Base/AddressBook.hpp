@@ -17,7 +17,9 @@
 
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // One labelled e-mail value of a contact ("home": "ann@example.com"), with its stable identifier.
@@ -27,6 +29,7 @@ struct LabeledEmailAddress {
     std::u16string value;
 };
 
+// A contact of the host's address book, with the fields the library reads.
 struct Contact {
     std::u16string identifier;
     OptString fullName;  // the name formatted in full-name style, nil when the contact has none
@@ -39,6 +42,7 @@ struct Contact {
 
 enum class ContactsAuthorizationStatus { NotDetermined, Restricted, Denied, Authorized, Limited };
 
+// The host's address book: implemented by the host and installed on Application::shared().
 class AddressBook {
 public:
     virtual ~AddressBook() = default;
@@ -53,3 +57,4 @@ public:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -13,7 +13,9 @@
 #include <string_view>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 enum class Base64Alphabet { Standard, URLSafe };
@@ -28,6 +30,7 @@ Data base64DecodedData(std::u16string_view text, Base64Alphabet alphabet = Base6
 // Number of bytes the text decodes to, without decoding it.
 size_t base64DecodedLength(const uint8_t* text, size_t length);
 
+// How base64EncodedString lays out its output.
 struct Base64Options {
     bool lineBreaks = false;   // cut into lines of lineLength characters joined by CR LF
     size_t lineLength = 76;
@@ -45,3 +48,4 @@ inline std::string base64EncodedString(const Data& data, Base64Alphabet alphabet
 std::u16string pathSafeBase64String(const uint8_t* bytes, size_t length);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

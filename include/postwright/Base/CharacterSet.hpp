@@ -13,8 +13,12 @@
 #include <string_view>
 #include <utility>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A set of UTF-16 code units with constant-time membership (a 65,536-bit bitmap).
 class CharacterSet {
 public:
     CharacterSet() { bits_.fill(0); }
@@ -49,3 +53,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

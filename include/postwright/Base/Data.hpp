@@ -19,6 +19,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 struct Error;
@@ -31,6 +34,7 @@ struct Range {
     bool operator==(const Range&) const = default;
 };
 
+// Immutable bytes shared by reference: a view (storage, offset, length) that copies in constant time.
 class Data {
 public:
     static constexpr size_t npos = static_cast<size_t>(-1);
@@ -115,3 +119,4 @@ const Data& LFLFData();
 const Data& CRCRData();
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -22,11 +22,14 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMBoxMessageContents;
 
+// A set of byte values, 256 bits.
 class FGByteSet {
 public:
     FGByteSet() { bits_.fill(0); }
@@ -45,6 +48,7 @@ private:
     std::array<uint64_t, 4> bits_;
 };
 
+// A cursor over immutable bytes: each scan matches and advances, or fails and stays.
 class FGDataScanner {
 public:
     explicit FGDataScanner(Data data) : data_(std::move(data)) {}
@@ -99,3 +103,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,8 +16,12 @@
 #include <optional>
 #include <string>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The clock, time zone and locale every date operation reads; pinned by hosts and tests.
 class DateEnvironment {
 public:
     // The current moment: the pinned one, else the system clock.
@@ -50,3 +54,4 @@ public:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

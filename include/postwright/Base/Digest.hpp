@@ -10,7 +10,9 @@
 #include <string_view>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 using MD5Digest = std::array<uint8_t, 16>;
@@ -29,3 +31,4 @@ std::u16string shortSHAHashString(std::u16string_view text);
 std::u16string uuidString();
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -30,7 +30,9 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // At most this many bytes of 8-bit words are scored; longer text is judged by its first ones (every
@@ -69,6 +71,7 @@ enum class DetectionStage {
     Fallback,        // no legacy candidate survived: Windows-1252
 };
 
+// What detection decided: the encoding, how sure it is, and the candidates it weighed.
 struct EncodingDetection {
     TextEncoding encoding = kASCIIStringEncoding;
     // How sure the stage is, 0-1: 1 for the structural stages; for the statistics the share of the
@@ -94,3 +97,4 @@ bool isValidUTF8(const uint8_t* bytes, size_t length);
 const char* detectionStageName(DetectionStage stage);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -18,8 +18,12 @@
 #include <string>
 #include <utility>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The record of a recoverable failure: domain, code, texts and the error underneath.
 struct Error {
     std::string domain;
     long code = 0;
@@ -59,3 +63,4 @@ inline void setSlot(T* slot, U&& value) {
 }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

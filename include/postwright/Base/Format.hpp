@@ -16,8 +16,12 @@
 #include <string_view>
 #include <variant>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// One argument of formatString: text (nil allowed), an integer, a floating-point number or a pointer.
 class FormatArg {
 public:
     FormatArg(std::u16string_view text) : value_(text) {}
@@ -45,3 +49,4 @@ private:
 std::u16string formatString(std::u16string_view format, std::initializer_list<FormatArg> arguments);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,12 +17,15 @@
 
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class AddressBook;
 class FGMessageEncryptionManager;  // Amendments/FGMessageEncryptionManager.hpp
 
+// Where the library's log lines go; the host may install its own.
 class Logger {
 public:
     virtual ~Logger() = default;
@@ -50,6 +53,7 @@ public:
     virtual std::string pathToAttachmentDirectoryForIdentifier(std::u16string_view identifier) = 0;
 };
 
+// The host's services as the library finds them: logger, texts, attachment directory, address book.
 class Application {
 public:
     static Application& shared();
@@ -111,3 +115,4 @@ std::u16string localizedString(std::u16string_view key, std::u16string_view fall
                                StringSource source = StringSource::Host, std::u16string_view table = u"");
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

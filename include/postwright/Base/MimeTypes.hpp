@@ -10,7 +10,9 @@
 #include <string_view>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The MIME type registered for an extension (any case, without the dot): read once from /etc/mime.types,
@@ -23,3 +25,4 @@ OptString preferredFilenameExtensionForMimeType(std::u16string_view mimeType);
 OptString imageMimeType(const uint8_t* bytes, size_t length);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -14,9 +14,12 @@
 #include <vector>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A compiled regular expression in ICU syntax, shareable between threads.
 class Regex {
 public:
     enum Flags : unsigned { None = 0, CaseInsensitive = 1 };
@@ -27,6 +30,7 @@ public:
     Regex(const Regex&) = delete;
     Regex& operator=(const Regex&) = delete;
 
+    // One match: the ranges of the whole match and of each capture group.
     struct Match {
         std::vector<std::optional<Range>> groups;  // groups[0] is the whole match
         Range range() const { return *groups[0]; }
@@ -46,3 +50,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -13,6 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 using OptString = std::optional<std::u16string>;
@@ -57,6 +60,7 @@ bool hasPrefixIgnoringCase(std::u16string_view text, std::u16string_view prefix)
 // Case- and diacritic-insensitive equality (letters compared by base letter: "é" equals "E").
 bool equalsIgnoringCaseAndDiacritics(std::u16string_view a, std::u16string_view b);
 
+// Orders text ignoring case, for ordered containers keyed by text.
 struct CaseInsensitiveLess {
     bool operator()(std::u16string_view a, std::u16string_view b) const { return compareIgnoringCase(a, b) < 0; }
 };
@@ -98,3 +102,4 @@ inline std::u16string decimalString(int value) { return decimalString(static_cas
 inline std::u16string decimalString(unsigned value) { return decimalString(static_cast<unsigned long long>(value)); }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -22,7 +22,9 @@
 #include <vector>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 using TextEncoding = uint32_t;
@@ -91,3 +93,4 @@ std::optional<std::u16string> newByDecodingData(const Data& data, const Encoding
                                                 TextEncoding* encodingUsed);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -11,10 +11,13 @@
 #include <utility>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMessageHeaderEntry.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Upper-cased field name to the shared, immutable list of its entries, in first-added order.
 class HeaderEntryDictionary {
 public:
     using EntryList = std::vector<PWMessageHeaderEntryRef>;
@@ -45,3 +48,4 @@ private:
 std::u16string headerDictionaryKey(std::u16string_view fieldName);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

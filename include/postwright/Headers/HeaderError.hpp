@@ -2,7 +2,9 @@
 #pragma once
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr const char* kHeaderErrorDomain = "com.fennelgate.FGPostwright.Header";
@@ -12,3 +14,4 @@ enum class HeaderErrorCode : long {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr char16_t PWMessageHeaderFromKey[] = u"From";
@@ -41,3 +44,4 @@ inline constexpr uint64_t kDerivedSortHint = UINT64_MAX;
 uint64_t sortHintForHeaderKey(std::u16string_view name);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -30,7 +30,9 @@
 
 #include "postwright/Base/AddressBook.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWEmailAddress;
@@ -42,8 +44,10 @@ inline constexpr const char* kPasteboardTypePlainString = "text/plain;charset=ut
 
 enum class PasteboardReadingOptions { AsPropertyList, AsString };
 
+// One mailbox (display name, local part, domain), or an invalid address that keeps its raw text.
 class PWEmailAddress {
 protected:
+    // Restricts construction to the initialisers, which return shared objects.
     struct Passkey {
         explicit Passkey() = default;
     };
@@ -228,6 +232,7 @@ private:
 struct PWEmailAddressHash {
     size_t operator()(const std::shared_ptr<PWEmailAddress>& address) const { return address ? address->hash() : 0; }
 };
+// Compares addresses by value (lower-cased base address and comment), not by object.
 struct PWEmailAddressEqual {
     bool operator()(const std::shared_ptr<PWEmailAddress>& a, const std::shared_ptr<PWEmailAddress>& b) const {
         return a && b ? a->isEqual(b.get()) : a == b;
@@ -239,7 +244,9 @@ inline bool operator==(const PWEmailAddress& a, const PWEmailAddress& b) {
 }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END
 
+// Hashes addresses by value (lower-cased base address and comment), as PWEmailAddressHash does.
 template <>
 struct std::hash<postwright::PWEmailAddress> {
     size_t operator()(const postwright::PWEmailAddress& address) const { return address.hash(); }

@@ -17,13 +17,16 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWEmailAddressGroup;
 using PWEmailAddressGroupList = std::vector<std::shared_ptr<PWEmailAddressGroup>>;
 
+// One entry of an address list: a named group with its members, or a nameless run of mailboxes.
 class PWEmailAddressGroup {
     struct Passkey {
         explicit Passkey() = default;
@@ -88,3 +91,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,8 +17,10 @@
 #include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/HeaderNames.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageHeaderEntry;
@@ -29,6 +31,7 @@ enum HeaderFoldOptions : unsigned {
     kFoldTabContinuation = 8,
 };
 
+// One header field as received: its name as written and its raw value.
 class PWMessageHeaderEntry : public std::enable_shared_from_this<PWMessageHeaderEntry> {
 public:
     // A hint of kDerivedSortHint takes the rank of the field name (sortHintForHeaderKey).
@@ -65,6 +68,7 @@ protected:
     std::atomic<uint64_t> sortHint_;
 };
 
+// A header field whose value can change; it is folded afresh when written.
 class PWMutableMessageHeaderEntry : public PWMessageHeaderEntry {
 public:
     static std::shared_ptr<PWMutableMessageHeaderEntry> newWithFieldName(std::u16string fieldName, OptString value,
@@ -95,3 +99,4 @@ private:
 using PWMessageHeaderEntryRef = std::shared_ptr<PWMessageHeaderEntry>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -21,6 +21,7 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/HeaderEntryDictionary.hpp"
 #include "postwright/Headers/HeaderNames.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
@@ -29,6 +30,7 @@
 #include "postwright/Mime/PWContentDisposition.hpp"
 #include "postwright/Mime/PWContentType.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageHeaders;
@@ -36,6 +38,7 @@ class PWMutableMessageHeaders;
 // Where a collection came from.
 enum class HeaderDataSource : int { InMemory = 0, MessageData = 1, MessageFile = 2 };
 
+// A header block: an ordered, case-insensitive collection of fields with typed views of their values.
 class PWMessageHeaders : public std::enable_shared_from_this<PWMessageHeaders> {
 public:
     // ---- Construction -----------------------------------------------------------------------------------
@@ -212,3 +215,4 @@ protected:
 using PWMessageHeadersRef = std::shared_ptr<PWMessageHeaders>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -14,10 +14,13 @@
 #include <functional>
 #include <map>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMessageHeaders.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The editable header collection used while composing and amending.
 class PWMutableMessageHeaders : public PWMessageHeaders {
 public:
     static std::shared_ptr<PWMutableMessageHeaders> init();
@@ -100,3 +103,4 @@ protected:
 using PWMutableMessageHeadersRef = std::shared_ptr<PWMutableMessageHeaders>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

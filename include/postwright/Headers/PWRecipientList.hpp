@@ -8,13 +8,16 @@
 
 #include <memory>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddressGroup.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMessageContents;
 class FGPostwrightMessage;
 
+// The To, Cc and Bcc address groups of a message, and its distinct recipients.
 class PWRecipientList {
     struct Passkey {
         explicit Passkey() = default;
@@ -47,3 +50,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

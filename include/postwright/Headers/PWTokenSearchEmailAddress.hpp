@@ -16,10 +16,13 @@
 #include <vector>
 
 #include "postwright/Base/Data.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWEmailAddress.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// An address found by a recipient search, with the scores that rank it.
 class PWTokenSearchEmailAddress : public PWEmailAddress {
 public:
     explicit PWTokenSearchEmailAddress(Passkey key) : PWEmailAddress(key) {}
@@ -83,3 +86,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -31,7 +31,9 @@
 #include <vector>
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLElement;
@@ -39,6 +41,7 @@ class HTMLElement;
 // Selectors longer than this many compound selectors are rejected as invalid.
 inline constexpr size_t kCSSMaxCompoundSelectors = 64;
 
+// A parsed selector list, matched against elements and used to query trees.
 class CSSSelector {
 public:
     // Parses selector text; nullptr (and the error, when a slot is given; the slot is cleared on entry)
@@ -70,3 +73,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,10 +16,12 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLElement.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 #include "postwright/Html/HTMLParser.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLDocumentType;
@@ -28,6 +30,7 @@ class HTMLComment;
 
 enum class HTMLQuirksMode { NoQuirks, Quirks, LimitedQuirks };
 
+// A parsed HTML document: the root of the tree, with its parse errors and quirks mode.
 class HTMLDocument : public HTMLNode {
 public:
     // Parses html as a whole document (see HTMLParser.hpp).
@@ -69,3 +72,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -19,8 +19,10 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 enum class HTMLNamespace { HTML, SVG, MathML };
@@ -32,6 +34,7 @@ struct HTMLAttribute {
     bool operator==(const HTMLAttribute&) const = default;
 };
 
+// An element: tag name, namespace, attributes in insertion order and class names.
 class HTMLElement : public HTMLNode {
     struct ConstructionKey {
         explicit ConstructionKey() = default;
@@ -111,3 +114,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -8,7 +8,9 @@
 #include <string_view>
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr const char* kHTMLErrorDomain = "com.fennelgate.postwright.html";
@@ -22,3 +24,4 @@ enum class HTMLErrorCode : long {
 ErrorRef invalidSelectorError(std::u16string_view selectorText, std::u16string_view reason);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -25,6 +25,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLNode;
@@ -38,6 +41,7 @@ using HTMLElementRef = std::shared_ptr<HTMLElement>;
 
 enum class HTMLNodeType { Document, DocumentFragment, DocumentType, Element, Text, Comment };
 
+// A node of the HTML tree; a container owns its children, a child links back to its parent weakly.
 class HTMLNode : public std::enable_shared_from_this<HTMLNode> {
 public:
     static constexpr size_t npos = static_cast<size_t>(-1);
@@ -189,6 +193,7 @@ private:
     std::u16string data_;
 };
 
+// A run of text.
 class HTMLText : public HTMLCharacterData {
 public:
     static std::shared_ptr<HTMLText> textWithData(std::u16string data);
@@ -199,6 +204,7 @@ protected:
     HTMLNodeRef cloneWithoutChildren() const override;
 };
 
+// A comment (<!-- ... -->).
 class HTMLComment : public HTMLCharacterData {
 public:
     static std::shared_ptr<HTMLComment> commentWithData(std::u16string data);
@@ -266,3 +272,4 @@ void HTMLNode::forEachDescendant(Visitor&& visit) const {
 }
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -33,6 +33,9 @@
 #include <string_view>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLDocument;
@@ -43,6 +46,7 @@ inline constexpr size_t kHTMLMaxNestingDepth = 512;
 inline constexpr size_t kHTMLMaxReopenedFormattingElements = 10000;
 inline constexpr size_t kHTMLMaxParseErrors = 1000;
 
+// One parse error the HTML parser reported, under its WHATWG code name.
 struct HTMLParseError {
     std::u16string code;  // the WHATWG error code, e.g. "unexpected-solidus-in-tag"
     unsigned line = 0;    // 1-based line of the input
@@ -62,3 +66,4 @@ std::shared_ptr<HTMLDocumentFragment> parseHTMLFragment(std::u16string_view html
                                                         size_t* repairedTagCount = nullptr);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

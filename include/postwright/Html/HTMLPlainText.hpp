@@ -18,11 +18,14 @@
 
 #include <string>
 
+#include "postwright/Export.hpp"
 #include "postwright/Html/HTMLNode.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The plain text of the node's descendants (a text node gives its own text, collapsed).
 std::u16string plainTextOfNode(const HTMLNode& node);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -20,6 +20,9 @@
 
 #include <string>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class HTMLNode;
@@ -31,3 +34,4 @@ std::u16string serializeHTMLChildren(const HTMLNode& node);
 std::u16string serializeHTMLNode(const HTMLNode& node);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -14,6 +14,9 @@
 // code 4 for a missing ">" and code 5 for an addr-spec without "@" or domain.
 #pragma once
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Address options: one bit word passed through every grammar operation and on to the PWEmailAddress
@@ -27,3 +30,4 @@ inline constexpr unsigned kAddressOptionDetectMailSploits = 2;
 inline constexpr unsigned kAddressOptionBuiltUpPhrases = 4;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -10,7 +10,9 @@
 #pragma once
 
 #include "postwright/Base/CharacterSet.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 const CharacterSet& rfc2822FTextSet();             // 0x01-0x0A, 0x21-0x39, 0x3B-0x7E (field names)
@@ -27,3 +29,4 @@ const CharacterSet& rfc2822PlainPhraseSet();       // the dot-atom class plus SP
 const CharacterSet& rfc2822VCHARSet();             // 0x01-0x7E
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -22,8 +22,10 @@
 
 #include <string_view>
 
+#include "postwright/Export.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr std::u16string_view kContentTypeKeyType = u"@type";
@@ -42,3 +44,4 @@ inline constexpr std::u16string_view kContentDispositionValueAttachment = u"atta
 int ahex2int(char16_t first, char16_t second);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,7 +17,9 @@
 #include "postwright/Base/CharacterSet.hpp"
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Delimiter options: 0 allows every kind; otherwise only the kinds whose bit is set.
@@ -70,3 +72,4 @@ OptString utf8EncodedString(const Data& data);
 OptString latin1EncodedString(const Data& data);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -20,7 +20,9 @@
 #include <string_view>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 enum class DateFormatterStyle { None, Short, Medium, Long, Full };
@@ -92,3 +94,4 @@ DateFormatter& mboxDateFormatter();
 DateFormatter& RFC2822GMTdateFormatter();
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

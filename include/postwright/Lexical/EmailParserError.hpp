@@ -7,7 +7,9 @@
 #include <string_view>
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr const char* kEmailParserErrorDomain = "com.fennelgate.postwright.emailparser";
@@ -26,3 +28,4 @@ enum class EmailParserErrorCode : long {
 ErrorRef emailParserError(EmailParserErrorCode code, std::u16string_view scannerString);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,7 +16,9 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // ---- Charset names ------------------------------------------------------------------------------------
@@ -83,3 +85,4 @@ std::u16string mimeWordsWithString(std::u16string_view text, size_t firstWordLen
 std::u16string rfc9051AString(std::u16string_view text);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

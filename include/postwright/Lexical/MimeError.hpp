@@ -9,7 +9,9 @@
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr const char* kMimeErrorDomain = "com.fennelgate.FGPostwright.MIME";
@@ -28,3 +30,4 @@ ErrorRef multipartParsingError(const OptString& boundary, const std::optional<Da
 ErrorRef headerParsingError(ErrorRef underlyingError);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

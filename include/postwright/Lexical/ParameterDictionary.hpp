@@ -30,13 +30,16 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The sections of a continued parameter (RFC 2231 section 3), by section number, as raw bytes.
 using SectionMap = std::map<uint64_t, Data>;
 using ParameterValue = std::variant<std::u16string, long long, SectionMap>;
 
+// The parameters of a Content-Type or Content-Disposition value: an insertion-ordered map.
 class ParameterDictionary {
 public:
     using Entry = std::pair<std::u16string, ParameterValue>;
@@ -89,3 +92,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

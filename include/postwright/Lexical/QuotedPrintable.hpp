@@ -21,7 +21,9 @@
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The longest encoded line, a trailing soft-break "=" included.
@@ -88,3 +90,4 @@ OptString quotedPrintableStringForPlainTextBody(std::u16string_view text, TextEn
                                                 TextEncoding* encodingUsed);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

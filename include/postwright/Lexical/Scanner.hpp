@@ -24,7 +24,9 @@
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Deepest comment nesting the scanner follows; a deeper comment ends the scan as unclosed.
@@ -286,3 +288,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -5,6 +5,9 @@
 #include <memory>
 #include <vector>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMessageAmendment;
@@ -14,3 +17,4 @@ using PWMessageAmendmentList = std::vector<PWMessageAmendmentRef>;
 using PWMessageAmendmentContextRef = std::shared_ptr<PWMessageAmendmentContext>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

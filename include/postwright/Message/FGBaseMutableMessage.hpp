@@ -41,12 +41,14 @@
 
 #include "postwright/Amendments/FGContentReplacement.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Html/HTMLDocument.hpp"
 #include "postwright/Message/FGMimeUpdateContext.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
 #include "postwright/Mime/FGMessageAttachment.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // What changed since the message was opened (mutationFlags()).
@@ -66,6 +68,7 @@ enum FGMessageCreationFlags : uint64_t {
 // The display context whose rendering an opened message edits (PWMessageContents::htmlDocumentWithContext).
 inline constexpr int kFGMessageEditingDisplayContext = kMessageDisplayEditing;
 
+// The editable message: headers, plain text, HTML and attachments, regenerated into contents on demand.
 class FGBaseMutableMessage : public std::enable_shared_from_this<FGBaseMutableMessage> {
 public:
     // ---- Creation ---------------------------------------------------------------------------------------
@@ -298,3 +301,4 @@ private:
 using FGBaseMutableMessageRef = std::shared_ptr<FGBaseMutableMessage>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -24,14 +24,17 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Mime/FGMessageAttachment.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The domain of the content ids given to attachments that come without one: "<UUID>@postwright.invalid".
 inline constexpr std::u16string_view kFGGeneratedContentIdDomain = u"postwright.invalid";
 
+// A file attached to a message being composed: its bytes, name, type, content id and URL.
 class FGFileAttachment : public FGMessageAttachment, public std::enable_shared_from_this<FGFileAttachment> {
 public:
     // An attachment of the bytes. Without a MIME type, the one registered for the file name's extension,
@@ -77,3 +80,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

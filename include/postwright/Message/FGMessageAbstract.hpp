@@ -15,12 +15,15 @@
 #include <optional>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMessageHeaders.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
 #include "postwright/Message/RFC2822IDHash.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The flat summary of one message that message lists and thread views are filled from.
 class FGMessageAbstract {
 public:
     FGMessageAbstract() = default;
@@ -101,3 +104,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -21,7 +21,9 @@
 #include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // The content identifier of a message that could not be identified.
@@ -31,6 +33,7 @@ inline constexpr char16_t FGUnavailableContentIdentifier[] = u"--NOT--AVAILABLE-
 // The content identifier of the nil message identifier (headers with none of the identifying fields).
 inline constexpr char16_t FGNilContentIdentifier[] = u"7556WquxKLyMQyeLqA";
 
+// An account identifier and a content identifier packed into 23 bytes, interned process-wide.
 class FGMessageIdentifier {
 public:
     enum Flags : uint8_t { kInterned = 2, kInvalidContent = 4, kUnavailableContent = 8 };
@@ -108,6 +111,7 @@ struct FGMessageIdentifierHash {
         return id ? static_cast<size_t>(id->hash()) : 0;
     }
 };
+// Compares identifiers by value, not by object.
 struct FGMessageIdentifierEqual {
     bool operator()(const std::shared_ptr<const FGMessageIdentifier>& a,
                     const std::shared_ptr<const FGMessageIdentifier>& b) const noexcept {
@@ -116,3 +120,4 @@ struct FGMessageIdentifierEqual {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -12,10 +12,13 @@
 
 #include <cstdint>
 
+#include "postwright/Export.hpp"
 #include "postwright/Message/AmendmentDeclarations.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The kind of MIME rebuild for delivery, whether the account is Exchange, and the amendments in force.
 struct FGMimeUpdateContext {
     uint64_t type = 0;
     bool isExchangeDelivery = false;
@@ -28,3 +31,4 @@ struct FGMimeUpdateContext {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

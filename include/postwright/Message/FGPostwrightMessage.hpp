@@ -14,14 +14,17 @@
 #include <mutex>
 
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Message/AmendmentDeclarations.hpp"
 #include "postwright/Message/FGMessageAbstract.hpp"
 #include "postwright/Message/FGMessageIdentifier.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class FGBaseMutableMessage;
 
+// The message object a host handles: a summary, and the parsed contents when they are cached.
 class FGPostwrightMessage : public std::enable_shared_from_this<FGPostwrightMessage> {
 public:
     FGPostwrightMessage() = default;
@@ -107,3 +110,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

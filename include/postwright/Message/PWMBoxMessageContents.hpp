@@ -12,10 +12,13 @@
 
 #include <optional>
 
+#include "postwright/Export.hpp"
 #include "postwright/Message/PWMessageContents.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// Message contents read from an mbox file, with the "From " envelope line.
 class PWMBoxMessageContents : public PWMessageContents {
 public:
     // Contents of the message bytes with their envelope line ("From sender date", without line break).
@@ -43,6 +46,7 @@ class MboxReader {
 public:
     explicit MboxReader(Data mbox) : mbox_(std::move(mbox)) {}
 
+    // One message of the file: where it starts, its envelope line and its bytes.
     struct Message {
         size_t position = 0;  // byte offset of the envelope line in the file
         Data fromLine;        // the envelope line, without its line break
@@ -59,3 +63,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

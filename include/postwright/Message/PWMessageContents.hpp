@@ -27,9 +27,11 @@
 
 #include "postwright/Base/Data.hpp"
 #include "postwright/Base/Error.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMutableMessageContents;
@@ -54,6 +56,7 @@ public:
     virtual bool isCancelled() const = 0;
 };
 
+// One message as bytes, with its header collection and MIME tree built on first use.
 class PWMessageContents : public std::enable_shared_from_this<PWMessageContents> {
 public:
     // The designated initialiser. Data of at least 5 bytes that begins with "From " is read as one mbox
@@ -203,3 +206,4 @@ struct PWMessageContentsSummary {
 using PWMessageContentsRef = std::shared_ptr<PWMessageContents>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

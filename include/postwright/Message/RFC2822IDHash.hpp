@@ -14,8 +14,12 @@
 #include <string>
 #include <string_view>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// The MD5 digest of a Message-ID value, which threading matches instead of the text.
 class RFC2822IDHash {
 public:
     using Bytes = std::array<uint8_t, 16>;
@@ -53,7 +57,9 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END
 
+// Hashes digests by value, for unordered containers keyed by RFC2822IDHash.
 template <>
 struct std::hash<postwright::RFC2822IDHash> {
     size_t operator()(const postwright::RFC2822IDHash& value) const noexcept { return value.hash(); }

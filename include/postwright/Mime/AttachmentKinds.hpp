@@ -15,10 +15,13 @@
 //   application/pkcs7-signature, application/pkcs7-mime  PWSMIMESignedMimePart
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimeAttachment.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// An application/* attachment.
 class PWApplicationMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -28,6 +31,7 @@ protected:
     PWApplicationMimePart() = default;
 };
 
+// An application/pdf attachment.
 class PWApplicationPdfMimePart : public PWApplicationMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -40,6 +44,7 @@ protected:
     bool decodesQuotedPrintableAsBytes() const override { return true; }
 };
 
+// An application/rtfd attachment.
 class PWApplicationRTFDMimePart : public PWApplicationMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -49,6 +54,7 @@ protected:
     PWApplicationRTFDMimePart() = default;
 };
 
+// An audio/* attachment.
 class PWAudioMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -58,6 +64,7 @@ protected:
     PWAudioMimePart() = default;
 };
 
+// An image/* attachment.
 class PWImageMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -67,6 +74,7 @@ protected:
     PWImageMimePart() = default;
 };
 
+// A video/* attachment.
 class PWVideoMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -76,6 +84,7 @@ protected:
     PWVideoMimePart() = default;
 };
 
+// A calendar event (text/calendar, application/ics).
 class PWCalendarEventMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -96,6 +105,7 @@ protected:
     PWTextAnyAttachment() = default;
 };
 
+// An attached message (message/rfc822).
 class PWMessageMimePart : public PWMimeAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -144,3 +154,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,11 +16,14 @@
 #include <vector>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMimePart;
 
+// An attachment object of a message being composed: the part it adds and its URL in the HTML.
 class FGMessageAttachment {
 public:
     virtual ~FGMessageAttachment() = default;
@@ -36,3 +39,4 @@ using FGMessageAttachmentRef = std::shared_ptr<FGMessageAttachment>;
 using FGAttachmentList = std::vector<FGMessageAttachmentRef>;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

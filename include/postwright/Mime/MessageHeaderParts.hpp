@@ -5,8 +5,10 @@
 //     if (part->isMemberOfClass(PWMessageDeliveryStatusMimePart::mimeClass())) ...
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // Shared presentation of the two kinds: the body as text in a block that keeps its line breaks.
@@ -22,6 +24,7 @@ protected:
     PWMessageHeaderBlockMimePart() = default;
 };
 
+// The delivery status of a report (message/delivery-status, RFC 3464).
 class PWMessageDeliveryStatusMimePart : public PWMessageHeaderBlockMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -31,6 +34,7 @@ protected:
     PWMessageDeliveryStatusMimePart() = default;
 };
 
+// The returned headers of an internationalised report (message/global-headers, RFC 6533).
 class PWMessageGlobalHeadersMimePart : public PWMessageHeaderBlockMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -41,3 +45,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <string_view>
 
+#include "postwright/Export.hpp"
+
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 inline constexpr std::u16string_view kMimeHeaderContentType = u"Content-Type";
@@ -66,3 +69,4 @@ inline constexpr unsigned kMimeFragmentOptionInlineAttachment = 4;
 inline constexpr size_t kMimeMaxNestingDepth = 64;
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -16,8 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 // One part of a tree's shape, in depth-first order.
@@ -36,6 +38,7 @@ struct MimeTreeShapeEntry {
 // The shape of the subtree of root, depth first, root first (walked with its own stack).
 std::vector<MimeTreeShapeEntry> mimeTreeShape(const PWMimePart& root);
 
+// What checkMimeRoundTrip found, step by step.
 struct MimeRoundTripReport {
     bool parsed = false;          // the message gave a tree
     bool bytesIdentical = false;  // the untouched tree wrote back its input
@@ -52,3 +55,4 @@ struct MimeRoundTripReport {
 MimeRoundTripReport checkMimeRoundTrip(const Data& message, const OptString& identifier = u"0");
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

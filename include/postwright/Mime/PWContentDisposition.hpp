@@ -7,10 +7,13 @@
 #pragma once
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A Content-Disposition value: its type and its parameters.
 struct PWContentDisposition {
     // "@type" of the info (nil when it has none, or it is not text).
     OptString dispositionType;
@@ -23,3 +26,4 @@ struct PWContentDisposition {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -9,10 +9,13 @@
 #include <string>
 
 #include "postwright/Base/Text.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A Content-Type value: type, subtype and parameters.
 struct PWContentType {
     std::u16string baseType;
     std::u16string subType;
@@ -35,3 +38,4 @@ struct PWContentType {
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -21,11 +21,14 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/FGMessageAttachment.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A part that is shown or saved as a file, and the attachment object the composer holds for it.
 class PWMimeAttachment : public PWMimePart, public FGMessageAttachment {
 public:
     static const PWMimeClass& mimeClass();
@@ -111,3 +114,4 @@ private:
 std::u16string contentIdURLForContentId(std::u16string_view contentId);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -45,12 +45,14 @@
 #include "postwright/Base/Error.hpp"
 #include "postwright/Base/Text.hpp"
 #include "postwright/Base/TextEncoding.hpp"
+#include "postwright/Export.hpp"
 #include "postwright/Headers/PWMutableMessageHeaders.hpp"
 #include "postwright/Lexical/ParameterDictionary.hpp"
 #include "postwright/Mime/MimeConstants.hpp"
 #include "postwright/Mime/PWContentDisposition.hpp"
 #include "postwright/Mime/PWContentType.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
 class PWMimePart;
@@ -68,6 +70,7 @@ struct PWMimeClass {
     bool isAttachmentKind() const noexcept;
 };
 
+// A node of the MIME tree, made from the bytes of one entity.
 class PWMimePart : public std::enable_shared_from_this<PWMimePart> {
 public:
     static const PWMimeClass& mimeClass();
@@ -393,3 +396,4 @@ private:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

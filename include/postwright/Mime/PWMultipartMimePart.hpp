@@ -28,10 +28,13 @@
 #include <string>
 #include <vector>
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A container of the MIME tree (multipart/*).
 class PWMultipartMimePart : public PWMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -81,6 +84,7 @@ protected:
     PWMimePartRef copyWithChildren(const std::function<PWMimePartRef(const PWMimePart&)>& rebuild) const;
 };
 
+// multipart/mixed: every child in order.
 class PWMultipartMixedMimePart : public PWMultipartMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -92,6 +96,7 @@ protected:
     PWMultipartMixedMimePart() = default;
 };
 
+// multipart/alternative: one child, the one that suits the display context.
 class PWMultipartAlternativeMimePart : public PWMultipartMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -112,6 +117,7 @@ protected:
     PWMultipartAlternativeMimePart() = default;
 };
 
+// multipart/related: a document and the parts it refers to.
 class PWMultipartRelatedMimePart : public PWMultipartMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -128,6 +134,7 @@ protected:
     PWMultipartRelatedMimePart() = default;
 };
 
+// multipart/report: a human-readable part and the machine-readable report.
 class PWMultipartReportMimePart : public PWMultipartMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -139,6 +146,7 @@ protected:
     PWMultipartReportMimePart() = default;
 };
 
+// multipart/signed: the signed content and its signature.
 class PWMultipartSignedMimePart : public PWMultipartMixedMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -172,3 +180,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

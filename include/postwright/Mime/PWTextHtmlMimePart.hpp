@@ -17,10 +17,13 @@
 // that is HTML keeps its markup.
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWTextMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A text/html part.
 class PWTextHtmlMimePart : public PWTextMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -46,3 +49,4 @@ protected:
 };
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

@@ -17,10 +17,13 @@
 // reads the text instead, so mislabelled mail still shows.
 #pragma once
 
+#include "postwright/Export.hpp"
 #include "postwright/Mime/PWMimePart.hpp"
 
+POSTWRIGHT_PUBLIC_BEGIN
 namespace postwright {
 
+// A text/plain part; text/html parts (PWTextHtmlMimePart) build on it.
 class PWTextMimePart : public PWMimePart {
 public:
     static const PWMimeClass& mimeClass();
@@ -59,3 +62,4 @@ protected:
 OptString decodeTextBody(const Data& bytes, TextEncoding encoding, const PWMimePart* part = nullptr);
 
 }  // namespace postwright
+POSTWRIGHT_PUBLIC_END

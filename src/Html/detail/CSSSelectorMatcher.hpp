@@ -46,7 +46,7 @@ struct CSSSelector::Parsed {
 
 bool compoundMatchesElement(const CSSCompoundSelector& compound, const HTMLElement& element);
 
-class CSSSelectorMatcher {
+class POSTWRIGHT_INTERNAL CSSSelectorMatcher {
 public:
     explicit CSSSelectorMatcher(const CSSSelector& selector) : parsed_(*selector.parsed_) {}
 

@@ -11,7 +11,7 @@
 
 namespace postwright {
 
-class HTMLTreeBuilder {
+class POSTWRIGHT_INTERNAL HTMLTreeBuilder {
 public:
     // Appends child, which must have no parent, to parent's children.
     static void appendChild(HTMLNode& parent, HTMLNodeRef child) {
